@@ -1,0 +1,30 @@
+#!/usr/bin/env bash
+# Checks of the sources: lint.sh format|cppcheck|shell [BUILD_DIR]
+set -euo pipefail
+
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+build=${2:-build/release}
+
+sources() {
+    find src include tools tests bench \( -name '*.cpp' -o -name '*.h' \) -print0
+}
+
+case ${1:-} in
+format)
+    sources | xargs -0 -r clang-format --dry-run -Werror
+    ;;
+cppcheck)
+    mkdir -p "$build/cppcheck"
+    cppcheck --quiet --error-exitcode=1 --inline-suppr --std=c++20 --language=c++ \
+        --platform=win32W --library=windows --enable=warning,performance,portability \
+        --suppressions-list=cmake/cppcheck.txt --cppcheck-build-dir="$build/cppcheck" \
+        -DUNICODE -D_UNICODE -D_WIN32 -D__MINGW32__ -Isrc -Iinclude -j2 src tools
+    ;;
+shell)
+    find scripts .ci tests -type f \( -name '*.sh' -o -path '.ci/*' \) -print0 | xargs -0 shellcheck -x
+    ;;
+*)
+    echo "usage: lint.sh format|cppcheck|shell [BUILD_DIR]" >&2
+    exit 2
+    ;;
+esac
