@@ -20,4 +20,5 @@ flock 9
 if [[ ! -e build/$preset/build.ninja ]]; then
     cmake --preset "$preset" 9>&-
 fi
-cmake --build --preset "$preset" ${1:+--target "$@"} 9>&-
+# All that can be built is built, so that one broken file shows its own errors only.
+cmake --build --preset "$preset" -j "$(nproc)" ${1:+--target "$@"} -- -k 0 9>&-

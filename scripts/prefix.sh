@@ -23,7 +23,8 @@ prefix_format=1
 
 # Runs a command with the environment of the prefix $1. HOME is private, so that nothing inside reaches a person's files.
 prefix_env() {
-    local prefix=$1
+    local prefix
+    prefix=$(readlink -m "$1")
     shift
     env -u DISPLAY -u WAYLAND_DISPLAY -u WINEARCH \
         HOME="$prefix" WINEPREFIX="$prefix" WINEDEBUG=-all \
