@@ -3,6 +3,7 @@
 #   *.test.sh                  shell tests, run in both kinds as well
 #   programs/NAME.cpp          helper program NAME.exe beside the test program
 #   programs/NAME.dll.cpp      helper library NAME.dll, with NAME.def if there is one
+# What all of them share lies in support/, the recording stand-in for log.dll in support/programs/.
 
 set(prodrm_kinds win32 win64)
 set(prodrm_runner "${PROJECT_SOURCE_DIR}/scripts/run_test.sh")
@@ -14,6 +15,8 @@ function(prodrm_test_support)
     add_library(test_support INTERFACE)
     target_include_directories(test_support INTERFACE "${CMAKE_CURRENT_SOURCE_DIR}")
     target_link_libraries(test_support INTERFACE prodrm_headers_doctest)
+
+    prodrm_test_helpers(support)  # the recording log.dll
 
     file(GLOB support_sources CONFIGURE_DEPENDS support/*.cpp)
     list(REMOVE_ITEM support_sources "${CMAKE_CURRENT_SOURCE_DIR}/support/main.cpp")
@@ -74,6 +77,7 @@ function(prodrm_test_helpers folder)
             OUTPUT_NAME ${name}
             RUNTIME_OUTPUT_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/${folder}"
             LIBRARY_OUTPUT_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/${folder}")
+        target_include_directories(${helper} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}")
         target_link_libraries(${helper} PRIVATE prodrm_settings prodrm_warnings)
     endforeach()
 endfunction()

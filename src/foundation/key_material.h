@@ -1,0 +1,15 @@
+#pragma once
+
+#include <windows.h>
+
+#include <array>
+
+using KeyMaterial = std::array<BYTE, 32>;
+
+// What the key of the embedded document is derived from. It hides the document from a casual look at the file and no
+// more: whoever holds the library holds this. Integrators replace these bytes with their own before they build; the
+// library and the packer must come from one build.
+constexpr KeyMaterial kKeyMaterial = {
+    0x13, 0xBF, 0x66, 0x89, 0xA7, 0xF5, 0x2E, 0xE0, 0x04, 0xD1, 0x4D, 0x25, 0xD0, 0x6B, 0x76, 0x84,
+    0xA2, 0x5F, 0x79, 0x68, 0xC5, 0x15, 0x34, 0x04, 0x85, 0x5A, 0x65, 0x48, 0x8B, 0xCC, 0x82, 0x5C,
+};

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "foundation/CLogDLL.h"
+#include "support/log_recorder.h"
+
+// Opens the gate of the log statement for a scope and keeps what is written. For programs that link the product's
+// code; a test of the built library needs LogRecorder alone.
+class RecordedLog : public LogRecorder {
+public:
+    RecordedLog() {
+        logging::CLogDLL::AddReference();
+        Clear();
+    }
+    ~RecordedLog() { logging::CLogDLL::Release(); }
+};
