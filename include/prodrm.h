@@ -1,8 +1,8 @@
 /* prodrm: the boundary of the product-removal library as a host sees it, for C and C++.
  *
- * The library is a 32-bit DLL. Its eight exports are __cdecl and undecorated: arguments on the stack in the order shown,
- * removed by the caller. Exports run on the caller's thread, one at a time; GetProgressPercent alone may be called from
- * a second thread while another export runs.
+ * The library is a 32-bit DLL. Its eight exports are __cdecl and undecorated: arguments on the stack in the order
+ * shown, removed by the caller. Exports run on the caller's thread, one at a time; GetProgressPercent alone may be
+ * called from a second thread while another export runs.
  *
  * Every export that loads a catalogue initialises COM for itself. On a thread that the host had initialised before,
  * that initialisation is not balanced: the count of the thread's apartment stays one higher for each call.
@@ -38,11 +38,11 @@ enum UninstallType {
 
 /* One product. Element of the arrays, and the argument of UninstallProduct. */
 typedef struct ProductEntry {
-    BSTR name;         /* name in the catalogue; on input to the uninstall exports: the product to remove */
-    BSTR file;         /* full path of the product's script; output only */
-    ULONG type;        /* an UninstallType */
-    SAFEARRAY* guids;  /* versions found, see GetInstalledProducts; null from GetProducts; output only */
-    LONG force;        /* input only: not 0 asks for removal whether or not the product is installed; 0 on output */
+    BSTR name;        /* name in the catalogue; on input to the uninstall exports: the product to remove */
+    BSTR file;        /* full path of the product's script; output only */
+    ULONG type;       /* an UninstallType */
+    SAFEARRAY* guids; /* versions found, see GetInstalledProducts; null from GetProducts; output only */
+    LONG force;       /* input only: not 0 asks for removal whether or not the product is installed; 0 on output */
 } ProductEntry;
 
 /* One version found, in the extended form: element (8 bytes) of ProductEntry.guids. */
@@ -59,9 +59,9 @@ typedef struct ParamEntry {
 
 /* What a notification reports on: its first argument. */
 enum OperationKind {
-    OPERATION_CATALOGUE = 0,               /* a catalogue was read, or a script lacks its root element */
-    OPERATION_SCRIPT = 1,                  /* a product's script was processed */
-    OPERATION_DEL_FILE = 2,                /* 2 to 12: an element (status) or a kind of operations (result) ended */
+    OPERATION_CATALOGUE = 0, /* a catalogue was read, or a script lacks its root element */
+    OPERATION_SCRIPT = 1,    /* a product's script was processed */
+    OPERATION_DEL_FILE = 2,  /* 2 to 12: an element (status) or a kind of operations (result) ended */
     OPERATION_DEL_FOLDER = 3,
     OPERATION_DEL_SHORTCUT = 4,
     OPERATION_DEL_REGKEY = 5,
@@ -72,8 +72,8 @@ enum OperationKind {
     OPERATION_DISABLE_SERVICE = 10,
     OPERATION_DISABLEANDSTOP_DRIVER = 11,
     OPERATION_DISABLEANDSTOP_SERVICE = 12,
-    OPERATION_PRODUCT_BEGINS = 13,         /* value: pointer to the product's name, wide text, valid during the call */
-    OPERATION_PRODUCT_BEGUN = 14           /* directly after 13 */
+    OPERATION_PRODUCT_BEGINS = 13, /* value: pointer to the product's name, wide text, valid during the call */
+    OPERATION_PRODUCT_BEGUN = 14   /* directly after 13 */
 };
 
 /* Results of OPERATION_CATALOGUE and OPERATION_SCRIPT. The kinds 2 to 12 report 0 for success and 2 for failure. */

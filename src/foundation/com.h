@@ -43,8 +43,8 @@ public:
     }
 
     template <typename Other>
-    HRESULT As(ComPtr<Other>& other) const {
-        return m_pointer->QueryInterface(__uuidof(Other), reinterpret_cast<void**>(other.Put()));
+    HRESULT As(REFIID id, ComPtr<Other>& other) const {
+        return m_pointer->QueryInterface(id, reinterpret_cast<void**>(other.Put()));
     }
 
     void Reset() {

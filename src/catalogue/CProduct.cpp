@@ -1,0 +1,66 @@
+#include "catalogue/CProduct.h"
+
+#include <prodrm.h>
+
+#include "foundation/CXMLHelper.h"
+#include "foundation/dom.h"
+#include "foundation/log.h"
+#include "foundation/path.h"
+
+namespace {
+
+constexpr wchar_t kLoad[] = L"CProduct::Load";
+
+}  // namespace
+
+bool CProduct::Load(IXMLDOMNode* node, LONG type) {
+    LOG(kInfo, L"->");
+    std::wstring folder;
+    if (!CPath::GetCurrentPath(folder)) {
+        return false;
+    }
+    PathJoin(folder, type == UNINSTALL_TYPE_FAMILY ? L"intern" : L"extern");
+    if (!LoadAttributes(node, folder) || !LoadVersions(node)) {
+        return false;
+    }
+    LOG(kInfo, L"<- success product \"%s\"", m_name.c_str());
+    return true;
+}
+
+bool CProduct::LoadAttributes(IXMLDOMNode* node, std::wstring& scriptFolder) {
+    if (!CXMLHelper::GetNodeAttribute(node, L"name", m_name)) {
+        LOG_AS(kLoad, kError, L"failed load product attribute \"name\"");
+        return false;
+    }
+    LOG_AS(kLoad, kInfo, L"Load product \"%s\"", m_name.c_str());
+    if (!CXMLHelper::GetNodeAttribute(node, L"file", m_file)) {
+        LOG_AS(kLoad, kError, L"failed load product attribute \"file\"");
+        return false;
+    }
+    LOG_AS(kLoad, kInfo, L"file : \"%s\"", m_file.c_str());
+    m_file = PathJoin(scriptFolder, m_file);
+    return true;
+}
+
+bool CProduct::LoadVersions(IXMLDOMNode* node) {
+    dom::ChildList children;
+    if (!children.Open(kLoad, node, {L"failed load childs nodes 0x%x", L"failed load childs count 0x%x"})) {
+        return false;
+    }
+    for (long index = 0; index < children.Count(); ++index) {
+        ComPtr<IXMLDOMNode> child;
+        const HRESULT hr = children.Item(index, child);
+        CProductVersion version;
+        if (dom::Failed(hr, child)) {
+            LOG_AS(kLoad, kError, L"failed load child %d, err = 0x%x", index, hr);
+        } else if (!version.Load(child.Get())) {
+            LOG_AS(kLoad, kError, L"failed load product version for product \"%s\"", m_name.c_str());
+        } else {
+            m_versions.push_back(std::move(version));
+            continue;
+        }
+        LOG_AS(kLoad, kError, L"<- failed product \"%s\"", m_name.c_str());
+        return false;
+    }
+    return true;
+}

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <windows.h>
+#include <msxml2.h>
+
+#include <map>
+#include <string>
+#include <vector>
+
+// One registry mark of a product: a key, and perhaps a value that must exist under it.
+class CProductVersion {
+public:
+    // Child element name to its texts; keys in the order of their code units, texts in document order.
+    using Params = std::map<std::wstring, std::vector<std::wstring>>;
+
+    // Reads one version element. A version that gives `prodName` is looked for in the registry here.
+    bool Load(IXMLDOMNode* node);
+
+    // Full registry path with its hive in words, or empty: such a version is never installed.
+    const std::wstring& KeyPath() const { return m_keyPath; }
+    const Params& Parameters() const { return m_params; }
+
+private:
+    void LoadParams(IXMLDOMNode* node);
+    // Looks through the Uninstall key for a DisplayName equal to m_prodName and sets m_keyPath; true if any matched.
+    bool SearchForProductCode();
+    bool SearchView(REGSAM access);
+    bool HasDisplayName(const std::wstring& subkey, REGSAM access) const;
+
+    std::wstring m_name;
+    std::wstring m_prodName;
+    std::wstring m_keyPath;
+    std::wstring m_keyValue;
+    Params m_params;
+};

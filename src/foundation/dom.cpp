@@ -1,0 +1,66 @@
+#include "foundation/dom.h"
+
+namespace dom {
+
+namespace {
+
+constexpr CLSID kDomDocument30 = {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
+
+}  // namespace
+
+HRESULT CreateDocument(ComPtr<IXMLDOMDocument>& document) {
+    return ::CoCreateInstance(kDomDocument30, nullptr, CLSCTX_INPROC_SERVER, IID_IXMLDOMDocument,
+                              reinterpret_cast<void**>(document.Put()));
+}
+
+bool LoadFile(IXMLDOMDocument* document, const std::wstring& path, HRESULT& hr) {
+    const Variant source = Variant::CopyOf(path.c_str());
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    hr = document->load(source.Get(), &loaded);
+    return SUCCEEDED(hr) && loaded == VARIANT_TRUE;
+}
+
+bool LoadText(IXMLDOMDocument* document, const wchar_t* text, HRESULT& hr) {
+    const Bstr source = Bstr::CopyOf(text);
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    hr = document->loadXML(source.Get(), &loaded);
+    return SUCCEEDED(hr) && loaded == VARIANT_TRUE;
+}
+
+HRESULT SelectChild(IXMLDOMNode* node, const wchar_t* name, ComPtr<IXMLDOMNode>& child) {
+    const Bstr query = Bstr::CopyOf(name);
+    return node->selectSingleNode(query.Get(), child.Put());
+}
+
+HRESULT NodeName(IXMLDOMNode* node, std::wstring& name) {
+    Bstr text;
+    const HRESULT hr = node->get_nodeName(text.Put());
+    if (SUCCEEDED(hr)) {
+        name = text.Text();
+    }
+    return hr;
+}
+
+bool NodeText(IXMLDOMNode* node, std::wstring& text) {
+    Bstr read;
+    if (FAILED(node->get_text(read.Put())) || read.Get() == nullptr) {
+        return false;
+    }
+    text = read.Text();
+    return true;
+}
+
+bool ChildList::Open(const wchar_t* caller, IXMLDOMNode* node, const ChildListTexts& texts) {
+    HRESULT hr = ReadNodes(node);
+    if (StepFailed(caller, hr, m_nodes, texts.nodes)) {
+        return false;
+    }
+    hr = ReadCount();
+    if (FAILED(hr)) {
+        LOG_AS(caller, kError, texts.count, hr);
+        return false;
+    }
+    return true;
+}
+
+}  // namespace dom

@@ -1,0 +1,68 @@
+#pragma once
+
+#include <windows.h>
+#include <msxml2.h>
+
+#include <string>
+
+#include "foundation/com.h"
+#include "foundation/log.h"
+
+// Steps over the MSXML DOM that the readers of catalogues and scripts share. A step fails on a negative result or a
+// null object; its code goes into the log either way. Helpers that log do so in their caller's name.
+namespace dom {
+
+using CodeText = logging::LogFormat<HRESULT>;
+
+template <typename Interface>
+bool Failed(HRESULT hr, const ComPtr<Interface>& object) {
+    return FAILED(hr) || !object;
+}
+
+// Failed, with the code logged at the error level.
+template <typename Interface>
+bool StepFailed(const wchar_t* caller, HRESULT hr, const ComPtr<Interface>& object, const CodeText& text) {
+    if (!Failed(hr, object)) {
+        return false;
+    }
+    LOG_AS(caller, kError, text, hr);
+    return true;
+}
+
+HRESULT CreateDocument(ComPtr<IXMLDOMDocument>& document);
+
+// Both give false unless the document reports success; `hr` receives the call's own result.
+bool LoadFile(IXMLDOMDocument* document, const std::wstring& path, HRESULT& hr);
+// A null text is refused by the document.
+bool LoadText(IXMLDOMDocument* document, const wchar_t* text, HRESULT& hr);
+
+HRESULT SelectChild(IXMLDOMNode* node, const wchar_t* name, ComPtr<IXMLDOMNode>& child);
+
+// Both leave `text` as it was on failure; a null text is a failure of NodeText.
+HRESULT NodeName(IXMLDOMNode* node, std::wstring& name);
+bool NodeText(IXMLDOMNode* node, std::wstring& text);
+
+struct ChildListTexts {
+    CodeText nodes;  // the list could not be had
+    CodeText count;  // its length could not be had
+};
+
+// The children of one node, in document order.
+class ChildList {
+public:
+    // The two steps of Open, for readers that report between a failure and its log line.
+    HRESULT ReadNodes(IXMLDOMNode* node) { return node->get_childNodes(m_nodes.Put()); }
+    HRESULT ReadCount() { return m_nodes->get_length(&m_count); }
+    bool HasNodes() const { return static_cast<bool>(m_nodes); }
+
+    bool Open(const wchar_t* caller, IXMLDOMNode* node, const ChildListTexts& texts);
+
+    long Count() const { return m_count; }
+    HRESULT Item(long index, ComPtr<IXMLDOMNode>& child) const { return m_nodes->get_item(index, child.Put()); }
+
+private:
+    ComPtr<IXMLDOMNodeList> m_nodes;
+    long m_count = 0;
+};
+
+}  // namespace dom
