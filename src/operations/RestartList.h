@@ -1,0 +1,21 @@
+#pragma once
+
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+// Paths to delete at the next restart, each once, in the order they arrived. Adding is no search through the list.
+class RestartList {
+public:
+    // False if the text, compared exactly, is there already.
+    bool Contains(const std::wstring& path) const { return m_known.contains(path); }
+    void Append(const std::wstring& path);
+    void Sort();
+
+    bool Empty() const { return m_paths.empty(); }
+    const std::vector<std::wstring>& Paths() const { return m_paths; }
+
+private:
+    std::vector<std::wstring> m_paths;
+    std::unordered_set<std::wstring> m_known;
+};
