@@ -1,0 +1,127 @@
+#include <windows.h>
+#include <shlobj.h>
+
+#include <doctest/doctest.h>
+
+#include "foundation/com.h"
+#include "foundation/log.h"
+#include "foundation/owned.h"
+#include "operations/COperations.h"
+#include "operations/keep_chosen.h"
+#include "support/recorded_log.h"
+#include "support/temp_folder.h"
+
+namespace {
+
+using Paths = std::vector<std::wstring>;
+
+void MakeLink(const std::wstring& path, const std::wstring& target) {
+    ::CoInitialize(nullptr);
+    ComPtr<IShellLinkW> link;
+    ComPtr<IPersistFile> file;
+    REQUIRE(::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                               reinterpret_cast<void**>(link.Put())) == S_OK);
+    REQUIRE(SUCCEEDED(link->SetPath(target.c_str())));
+    REQUIRE(link.As(IID_IPersistFile, file) == S_OK);
+    REQUIRE(file->Save(path.c_str(), TRUE) == S_OK);
+}
+
+// Lets others read the link, so that its target can be compared, but not delete it.
+OwnedFileHandle Hold(const std::wstring& path) {
+    return OwnedFileHandle(
+        ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
+}
+
+struct Menu {
+    Menu() {
+        folder.MakeFolder(L"sub");
+        MakeLink(folder.Path(L"a.lnk"), L"C:\\Tools\\app.exe");
+        MakeLink(folder.Path(L"b.LNK"), L"C:\\Other\\APP.EXE");
+        MakeLink(folder.Path(L"c.lnk"), L"C:\\Tools\\app.exe.config");
+        MakeLink(folder.Path(L"d.link"), L"C:\\Tools\\app.exe");
+        MakeLink(folder.Path(L"sub\\e.lnk"), L"C:\\Tools\\app.exe");
+        folder.WriteFile(L"broken.lnk", "no link");
+    }
+
+    TempFolder folder;
+};
+
+}  // namespace
+
+TEST_CASE("a target is compared whole, or by its file name in any folder") {
+    const Menu menu;
+    const TempFolder& folder = menu.folder;
+    const RecordedLog log;
+    COperations operations;
+
+    Paths listed;
+    CHECK(operations.ExpandShortcut(folder.Path(), L"App.exe", false, listed) == _ERROR_SUCCESS);
+    CHECK(listed == Paths{folder.Path(L"a.lnk"), folder.Path(L"b.LNK"), folder.Path(L"sub\\e.lnk")});
+    listed.clear();
+    CHECK(operations.ExpandShortcut(folder.Path(), L"app.exe", true, listed) == _ERROR_SUCCESS);
+    CHECK(listed.empty());
+
+    CHECK(operations.DelShortcut(folder.Path(), L"c:\\tools\\APP.exe", true, nullptr) == _ERROR_SUCCESS);
+    CHECK(folder.Tree() == Paths{L"b.LNK", L"broken.lnk", L"c.lnk", L"d.link", L"sub\\"});
+    CHECK(operations.DelShortcut(folder.Path(), L"app.exe", false, nullptr) == _ERROR_SUCCESS);
+    CHECK(folder.Tree() == Paths{L"broken.lnk", L"c.lnk", L"d.link", L"sub\\"});
+    INFO(log.Dump());
+    CHECK(log.Count(kError, L"COperations::DelShortcutRec",
+                    L"GetLinkInfo \"" + folder.Path(L"broken.lnk") + L"\" failed 0x80004005") == 2);
+}
+
+TEST_CASE("the result is that of the last thing looked at") {
+    const Menu menu;
+    const TempFolder& folder = menu.folder;
+    RestartList restart;
+    COperations operations(&restart);
+    const std::wstring first = folder.Path(L"a.lnk");
+    const std::wstring last = folder.Path(L"sub\\e.lnk");
+    const std::wstring target = L"C:\\Tools\\app.exe";
+
+    CHECK(operations.CheckShortcut(folder.Path(), L"nothing", false) == _ERROR_SUCCESS);
+    {
+        const OwnedFileHandle hold = Hold(last);
+        CHECK(operations.DelShortcut(folder.Path(), target, true, nullptr) == _ERROR_FAILED);
+    }
+    CHECK(restart.Paths() == Paths{last});
+    MakeLink(first, target);
+    {
+        const OwnedFileHandle hold = Hold(first);
+        CHECK(operations.DelShortcut(folder.Path(), target, true, nullptr) == _ERROR_SUCCESS);
+    }
+    CHECK(restart.Paths() == Paths{last, first});
+    CHECK_FALSE(FileExists(last));
+
+    KeepChosen used({L"file " + first});
+    CHECK(operations.DelShortcut(folder.Path(), target, true, &used) == _ERROR_SUCCESS);
+    CHECK(FileExists(first));
+    CHECK(used.asked == Paths{L"file " + first});
+}
+
+TEST_CASE("a path that is no folder is acted on unread") {
+    const TempFolder folder;
+    const std::wstring file = folder.WriteFile(L"plain.txt");
+    const std::wstring missing = folder.Path(L"missing");
+    COperations operations;
+    Paths listed;
+    CHECK(operations.CheckShortcut(file, L"x", true) == _ERROR_SUCCESS);
+    CHECK(operations.ExpandShortcut(missing, L"x", true, listed) == _ERROR_SUCCESS);
+    CHECK(listed == Paths{missing});
+    CHECK(operations.CheckShortcut(missing, L"x", true) == _ERROR_NOT_FOUND);
+    CHECK(operations.DelShortcut(missing, L"x", true, nullptr) == _ERROR_NOT_FOUND);
+    CHECK(operations.DelShortcut(file, L"x", true, nullptr) == _ERROR_SUCCESS);
+    CHECK(folder.Tree().empty());
+}
+
+TEST_CASE("of a target's extension sixteen characters count, of its name all that a path can hold") {
+    const TempFolder folder;
+    const std::wstring name(220, L'n');
+    MakeLink(folder.Path(L"long.lnk"), L"C:\\t\\" + name + L".abcdefghijklmnopqrst");
+    const COperations operations;
+    Paths listed;
+    operations.ExpandShortcut(folder.Path(), name + L".abcdefghijklmnopqrst", false, listed);
+    CHECK(listed.empty());
+    operations.ExpandShortcut(folder.Path(), name + L".abcdefghijklmno", false, listed);
+    CHECK(listed.size() == 1);
+}
