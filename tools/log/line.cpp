@@ -29,21 +29,19 @@ constexpr bool IsLowSurrogate(wchar_t unit) {
     return unit >= 0xDC00 && unit < 0xE000;
 }
 
-// Takes the next character off `text`.
-char32_t Next(std::wstring_view& text) {
-    const wchar_t unit = text.front();
-    text.remove_prefix(1);
+// The character at `at`, which moves behind it.
+char32_t Next(const wchar_t*& at, const wchar_t* end) {
+    const wchar_t unit = *at++;
     if (IsLowSurrogate(unit)) {
         return kReplacement;
     }
     if (!IsHighSurrogate(unit)) {
         return unit;
     }
-    if (text.empty() || !IsLowSurrogate(text.front())) {
+    if (at == end || !IsLowSurrogate(*at)) {
         return kReplacement;
     }
-    const char32_t low = text.front() - 0xDC00U;
-    text.remove_prefix(1);
+    const char32_t low = *at++ - 0xDC00U;
     return 0x10000 + ((unit - 0xD800U) << 10) + low;
 }
 
@@ -110,8 +108,9 @@ void Line::PutText(std::wstring_view text) {
     }
     m_bytes.Reserve(m_size + text.size() * kBytesPerUnit, m_size);
     char* at = m_bytes.Data() + m_size;
-    while (!text.empty()) {
-        at = PutUtf8(at, Visible(Next(text)));
+    const wchar_t* const end = text.data() + text.size();
+    for (const wchar_t* from = text.data(); from != end;) {
+        at = PutUtf8(at, Visible(Next(from, end)));
     }
     m_size = static_cast<std::size_t>(at - m_bytes.Data());
 }
