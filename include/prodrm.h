@@ -89,9 +89,43 @@ enum NotifyStatus {
  * catalogue) and OPERATION_PRODUCT_BEGINS. */
 typedef void(__cdecl* NotifyCallback)(LONG event, LONG result, LONG_PTR value);
 
-/* All products of the catalogues. `products` receives an array of ProductEntry and must not be null. False if a
- * catalogue did not load or the array could not be made; in the first case `products` is left as it was. */
+/* The three listing exports. `products` receives an array of ProductEntry and must not be null; `flags` is made of
+ * PRODRM_FAMILY and PRODRM_FOREIGN. False if a catalogue did not load, which leaves `products` as it was, or if the
+ * array could not be made, which may leave a pointer there that is not to be used. */
+
+/* All products of the catalogues. */
 bool __cdecl GetProducts(SAFEARRAY** products, ULONG flags);
+
+/* The products that are installed. `guids` is an array of BSTR (4 bytes an element): the name of the registry key of
+ * each version found, in catalogue order; null for a product known by its detection script alone. */
+bool __cdecl GetInstalledProducts(SAFEARRAY** products, ULONG flags);
+
+/* The same with `guids` as an array of VersionEntry: of several versions with one key the first. */
+bool __cdecl GetInstalledProductsEx(SAFEARRAY** products, ULONG flags);
+
+/* The four removing exports. Each loads the catalogue it needs, removes the products one after the other and goes on
+ * after a product that failed. `restartRequired` must not be null: it receives whether a restart is needed to finish,
+ * and stays untouched when nothing was to be done or the call failed before its first product. `notify` may be null.
+ * True if every product that was tried could be processed; how the single operations went is told to `notify` alone. */
+
+/* Removes the products of an array of ProductEntry; reads `name`, `type` and `force`. A name that is not installed, or
+ * not in the catalogue, is passed over. One call serves one catalogue: with entries of both types those of the family
+ * are removed and the call answers false. `restartRequired` always receives false. */
+bool __cdecl UninstallProducts(SAFEARRAY* products, bool* restartRequired, NotifyCallback notify);
+
+/* Removes one product; reads `name`, `type` and `force`. */
+bool __cdecl UninstallProduct(const ProductEntry* product, bool* restartRequired, NotifyCallback notify);
+
+/* Removes every product of a catalogue (an UninstallType), installed or not. */
+bool __cdecl UninstallForceAll(LONG type, bool* restartRequired, NotifyCallback notify);
+
+/* Removes every installed product of a catalogue (an UninstallType). A single one takes all the others with it. */
+bool __cdecl UninstallAllInstalled(LONG type, bool* restartRequired, NotifyCallback notify);
+
+/* How far the removal of the product at hand has come, in percent: 0 to 30 while its script is read, then up to 100;
+ * with services to stop or registry keys to search it passes 100. Falls back to 0 with each product, keeps its last
+ * value after a removal, and is 0 before the first. */
+LONG __cdecl GetProgressPercent(void);
 
 #ifdef __cplusplus
 } /* extern "C" */

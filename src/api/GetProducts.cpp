@@ -1,8 +1,4 @@
 #include <windows.h>
-#include <oleauto.h>
-
-#include <utility>
-#include <vector>
 
 #include "api/com_rule.h"
 #include "api/exports.h"
@@ -14,7 +10,9 @@
 
 namespace {
 
-using Listed = std::pair<ULONG, CProduct>;  // type and product
+bool NoGuids(const std::vector<CProductVersion>&, SAFEARRAY**) {
+    return false;
+}
 
 }  // namespace
 
@@ -27,39 +25,25 @@ bool __cdecl GetProducts(SAFEARRAY** products, ULONG flags) {
         return false;
     }
     bool ok = true;
-    std::vector<Listed> listed;
-    for (const Catalogue& source : kCatalogues) {
+    ProductLists lists;
+    for (std::size_t index = 0; index < lists.size(); ++index) {
+        const Catalogue& source = kCatalogues[index];
         if ((flags & source.flag) == 0) {
             continue;
         }
         std::wstring path = folder;
         PathJoin(path, source.file);
         CProducts catalogue;
-        if (!catalogue.Load(path, source.type, nullptr)) {
+        if (catalogue.Load(path, source.type, nullptr)) {
+            lists[index] = catalogue.Products();
+        } else {
             LOG(kError, source.notLoaded, path.c_str());
             ok = false;
-            continue;
-        }
-        for (const CProduct& product : catalogue.Products()) {
-            listed.emplace_back(static_cast<ULONG>(source.type), product);
         }
     }
     if (!ok) {
         LOG(kInfo, L"<- %s", BoolName(false));
         return false;
     }
-    void* data = nullptr;
-    if (!MakeResultArray(CALLER, products, sizeof(ProductEntry), static_cast<ULONG>(listed.size()), &data)) {
-        return false;
-    }
-    auto* entry = static_cast<ProductEntry*>(data);
-    for (const auto& [type, product] : listed) {
-        entry->name = ::SysAllocString(product.Name().c_str());
-        entry->file = ::SysAllocString(product.File().c_str());
-        entry->type = type;
-        entry->guids = nullptr;
-        ++entry;
-    }
-    EndResultArrayAccess(CALLER, *products);
-    return true;
+    return MakeProductArray(CALLER, lists, &NoGuids, products);
 }

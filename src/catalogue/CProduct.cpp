@@ -2,10 +2,14 @@
 
 #include <prodrm.h>
 
+#include <algorithm>
+
 #include "foundation/CXMLHelper.h"
 #include "foundation/dom.h"
 #include "foundation/log.h"
 #include "foundation/path.h"
+#include "foundation/result.h"
+#include "script/CProductInstalled.h"
 
 namespace {
 
@@ -63,4 +67,20 @@ bool CProduct::LoadVersions(IXMLDOMNode* node) {
         return false;
     }
     return true;
+}
+
+bool CProduct::IsInstalled(LONG type) const {
+    const bool first = std::any_of(m_versions.begin(), m_versions.end(),
+                                   [](const CProductVersion& version) { return version.IsInstalled(); });
+    // Asked for type 1 as well, where the answer counts for nothing.
+    const bool second = std::any_of(m_versions.begin(), m_versions.end(),
+                                    [](const CProductVersion& version) { return version.IsInstalled2(); });
+    bool installed = false;
+    if (type == UNINSTALL_TYPE_FAMILY) {
+        installed = first;
+    } else if (type == UNINSTALL_TYPE_FOREIGN) {
+        installed = CProductInstalled(m_file).Process() || first || second;
+    }
+    LOG(kInfo, L"\"%s\" is installed : %s", m_name.c_str(), BoolName(installed));
+    return installed;
 }

@@ -14,6 +14,13 @@ public:
     // Reads one product element of the catalogue `type`; any bad version fails the product.
     bool Load(IXMLDOMNode* node, LONG type);
 
+    // Type 1 goes by the first test of the versions alone; type 2 also by their second one and by the detection
+    // script. Nothing is cached.
+    bool IsInstalled(LONG type) const;
+
+    // The pair that tells products apart in a removal; compared exactly.
+    bool SameAs(const CProduct& other) const { return m_name == other.m_name && m_file == other.m_file; }
+
     // The key by which products are found; compared exactly.
     const std::wstring& Name() const { return m_name; }
     // Full path of the product's script.

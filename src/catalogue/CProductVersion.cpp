@@ -1,5 +1,6 @@
 #include "catalogue/CProductVersion.h"
 
+#include "foundation/CSplitKeyPath.h"
 #include "foundation/CWow64.h"
 #include "foundation/CXMLHelper.h"
 #include "foundation/dom.h"
@@ -19,6 +20,16 @@ constexpr DWORD kDisplayNameBytes = 255;  // room for 126 wide characters and th
 bool IsClassId(const wchar_t* text) {
     CLSID id;
     return ::CLSIDFromString(text, &id) == S_OK;
+}
+
+// The mask of the second try, announced in the caller's name.
+REGSAM ChooseOtherView(const wchar_t* caller) {
+    if (CWow64::Instance().IsWow64Process()) {
+        LOG_AS(caller, kInfo, L"try KEY_WOW64_64KEY");
+    } else {
+        LOG_AS(caller, kInfo, L"try KEY_WOW64_32KEY");
+    }
+    return ReadOtherView();
 }
 
 }  // namespace
@@ -65,25 +76,19 @@ void CProductVersion::LoadParams(IXMLDOMNode* node) {
             return;
         }
         std::wstring name;
-        std::wstring text;
+        Bstr text;
         dom::NodeName(child.Get(), name);
-        dom::NodeText(child.Get(), text);
-        if (!name.empty() && !text.empty()) {
-            m_params[name].push_back(text);
+        if (FAILED(dom::NodeText(child.Get(), text))) {
+            continue;
+        }
+        if (!name.empty() && *text.Text() != L'\0') {
+            m_params[name].emplace_back(text.Text());
         }
     }
 }
 
 bool CProductVersion::SearchForProductCode() {
-    if (SearchView(kReadDefaultView)) {
-        return true;
-    }
-    if (CWow64::Instance().IsWow64Process()) {
-        LOG(kInfo, L"try KEY_WOW64_64KEY");
-    } else {
-        LOG(kInfo, L"try KEY_WOW64_32KEY");
-    }
-    return SearchView(ReadOtherView());
+    return SearchView(kReadDefaultView) || SearchView(ChooseOtherView(CALLER));
 }
 
 bool CProductVersion::SearchView(REGSAM access) {
@@ -117,4 +122,53 @@ bool CProductVersion::HasDisplayName(const std::wstring& subkey, REGSAM access) 
     return ::RegQueryValueExW(key.Get(), L"DisplayName", nullptr, nullptr, reinterpret_cast<BYTE*>(displayName),
                               &bytes) == ERROR_SUCCESS &&
            m_prodName == displayName;
+}
+
+bool CProductVersion::IsInstalled() const {
+    HKEY hive = nullptr;
+    std::wstring subkey;
+    if (!CSplitKeyPath::Split(m_keyPath, hive, subkey)) {
+        LOG(kError, L"failed split key \"%s\"", m_keyPath.c_str());
+        return false;
+    }
+    OwnedRegKey key;
+    const LONG error = ::RegOpenKeyExW(hive, subkey.c_str(), 0, ReadNativeView(), key.Put());
+    if (error != ERROR_SUCCESS) {
+        LOG(kInfo, L"failed RegOpenKeyEx \"%s\" error 0x%x", subkey.c_str(), error);
+        return false;
+    }
+    return HasValue(CALLER, key.Get());
+}
+
+bool CProductVersion::IsInstalled2() const {
+    HKEY hive = nullptr;
+    std::wstring subkey;
+    if (!CSplitKeyPath::Split(m_keyPath, hive, subkey)) {
+        LOG(kError, L"failed split key \"%s\"", m_keyPath.c_str());
+        return false;
+    }
+    OwnedRegKey key;
+    LONG error = ::RegOpenKeyExW(hive, subkey.c_str(), 0, kReadDefaultView, key.Put());
+    if (error != ERROR_SUCCESS) {
+        LOG(kInfo, L"failed RegOpenKeyEx (OS redirect) \"%s\" error 0x%x", subkey.c_str(), error);
+        error = ::RegOpenKeyExW(hive, subkey.c_str(), 0, ChooseOtherView(CALLER), key.Put());
+        if (error != ERROR_SUCCESS) {
+            LOG(kInfo, L"failed RegOpenKeyEx \"%s\" error 0x%x", subkey.c_str(), error);
+            return false;
+        }
+        LOG(kInfo, L"success");
+    }
+    return HasValue(CALLER, key.Get());
+}
+
+bool CProductVersion::HasValue(const wchar_t* caller, HKEY key) const {
+    if (m_keyValue.empty()) {
+        return true;
+    }
+    const LONG error = ::RegQueryValueExW(key, m_keyValue.c_str(), nullptr, nullptr, nullptr, nullptr);
+    if (error != ERROR_SUCCESS) {
+        LOG_AS(caller, kInfo, L"failed RegQueryValueEx \"%s\" error 0x%x", m_keyValue.c_str(), error);
+        return false;
+    }
+    return true;
 }

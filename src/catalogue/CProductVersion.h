@@ -16,6 +16,11 @@ public:
     // Reads one version element. A version that gives `prodName` is looked for in the registry here.
     bool Load(IXMLDOMNode* node);
 
+    // True if the mark is in the view that the library looks at first; one try.
+    bool IsInstalled() const;
+    // Tries the process's default view, then the other one.
+    bool IsInstalled2() const;
+
     // Full registry path with its hive in words, or empty: such a version is never installed.
     const std::wstring& KeyPath() const { return m_keyPath; }
     const Params& Parameters() const { return m_params; }
@@ -25,6 +30,7 @@ private:
     // Looks through the Uninstall key for a DisplayName equal to m_prodName and sets m_keyPath; true if any matched.
     bool SearchForProductCode();
     bool SearchView(REGSAM access);
+    bool HasValue(const wchar_t* caller, HKEY key) const;
     bool HasDisplayName(const std::wstring& subkey, REGSAM access) const;
 
     std::wstring m_name;

@@ -87,9 +87,9 @@ bool CProducts::LoadChild(IXMLDOMNode* child, LONG type) {
         return false;
     }
     if (name == L"exec_all") {
-        std::wstring text;
-        if (dom::NodeText(child, text)) {
-            m_execAll = text != L"false";
+        Bstr text;
+        if (SUCCEEDED(dom::NodeText(child, text)) && text.Get() != nullptr) {
+            m_execAll = std::wstring_view(text.Text()) != L"false";
         } else {
             LOG_AS(kLoad, kInfo, L"failed GetNodeValue for \"exec_all\"");
         }

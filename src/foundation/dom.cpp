@@ -41,13 +41,8 @@ HRESULT NodeName(IXMLDOMNode* node, std::wstring& name) {
     return hr;
 }
 
-bool NodeText(IXMLDOMNode* node, std::wstring& text) {
-    Bstr read;
-    if (FAILED(node->get_text(read.Put())) || read.Get() == nullptr) {
-        return false;
-    }
-    text = read.Text();
-    return true;
+HRESULT NodeText(IXMLDOMNode* node, Bstr& text) {
+    return node->get_text(text.Put());
 }
 
 bool ChildList::Open(const wchar_t* caller, IXMLDOMNode* node, const ChildListTexts& texts) {

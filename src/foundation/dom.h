@@ -38,9 +38,10 @@ bool LoadText(IXMLDOMDocument* document, const wchar_t* text, HRESULT& hr);
 
 HRESULT SelectChild(IXMLDOMNode* node, const wchar_t* name, ComPtr<IXMLDOMNode>& child);
 
-// Both leave `text` as it was on failure; a null text is a failure of NodeText.
+// A node without a name leaves `name` as it was.
 HRESULT NodeName(IXMLDOMNode* node, std::wstring& name);
-bool NodeText(IXMLDOMNode* node, std::wstring& text);
+// Some callers tell a null text from an empty one: that is why the BSTR is handed out.
+HRESULT NodeText(IXMLDOMNode* node, Bstr& text);
 
 struct ChildListTexts {
     CodeText nodes;  // the list could not be had

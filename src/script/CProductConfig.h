@@ -1,0 +1,86 @@
+#pragma once
+
+#include <windows.h>
+#include <msxml2.h>
+
+#include <prodrm.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "foundation/com.h"
+#include "foundation/dom.h"
+#include "script/OperationAttributes.h"
+
+// The walker of a product script: from the document through the listed versions and their sections down to one handler
+// call per operation element. The handlers here do nothing; subclasses give the script its meaning. A handler's false
+// is logged and never stops the walk. An object is made, walked once and then read or dropped.
+class CProductConfig {
+public:
+    explicit CProductConfig(std::wstring scriptName, NotifyCallback notify = nullptr)
+        : m_scriptName(std::move(scriptName)), m_notify(notify) {}
+    virtual ~CProductConfig() = default;
+
+    std::wstring GetScriptName() const { return m_scriptName; }
+
+    // Walks the whole script. True whenever its list of versions could be read: a version that failed does not fail
+    // the script.
+    virtual bool Process();
+
+protected:
+    CProductConfig(const CProductConfig&) = default;
+
+    virtual bool ProcessNTVersion(IXMLDOMNode* version, const std::wstring& appPath);
+    virtual bool ProcessSection(IXMLDOMNode* section, const std::wstring& appPath);
+    virtual bool ExecOperation(const OperationAttributes& attributes, const std::wstring& appPath);
+
+    virtual bool ProcessDelFile(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessDelFolder(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessDelShortcut(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessDelRegKey(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessDelRegVal(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessKillProcess(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessExecTool(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessSleep(int) { return true; }
+    virtual bool ProcessDisableDriver(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessDisableService(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessDisableAndStopDriver(const OperationAttributes&, const std::wstring&) { return true; }
+    virtual bool ProcessDisableAndStopService(const OperationAttributes&, const std::wstring&) { return true; }
+
+    // Steps that the processors share. Each logs, and reports to the callback, in its caller's name.
+
+    // `hr` receives the result of the creation.
+    bool CreateDocument(const wchar_t* caller, ComPtr<IXMLDOMDocument>& document, HRESULT& hr) const;
+    // The report of a document that did not load; `hr` is what the log line prints.
+    void ReportNotLoaded(const wchar_t* caller, HRESULT hr) const;
+    // False if the document has no node interface. A missing root element is reported and leaves `root` null.
+    bool SelectRoot(const wchar_t* caller, IXMLDOMDocument* document, ComPtr<IXMLDOMNode>& root) const;
+    // A null root counts as one without the list. On failure the list keeps what it had.
+    bool ReadVersions(IXMLDOMNode* root, std::vector<std::wstring>& versions) const;
+    // One listed version; false if it is not there or its walk gave false.
+    bool WalkListedVersion(const wchar_t* caller, IXMLDOMNode* root, const std::wstring& name);
+    bool ProcessVersion(IXMLDOMNode* version);
+
+    static bool OpenSections(const wchar_t* caller, IXMLDOMNode* version, dom::ChildList& sections);
+    static bool SectionAt(const wchar_t* caller, const dom::ChildList& sections, long index,
+                          ComPtr<IXMLDOMNode>& section);
+
+    using AttributeList = std::vector<std::pair<std::wstring, std::wstring>>;
+    static bool ReadAttributes(const wchar_t* caller, IXMLDOMNamedNodeMap* map, AttributeList& attributes);
+
+    NotifyCallback Callback() const { return m_notify; }
+
+private:
+    struct Operation;
+    static const Operation kOperations[];
+    static const Operation* FindOperation(const std::wstring& opCode);
+
+    bool GetAppPath(IXMLDOMNode* version, std::wstring& appPath) const;
+    bool GetInstallFolder(IXMLDOMNode* version, std::wstring& appPath) const;
+    void ReportSection(IXMLDOMNode* section, bool succeeded) const;
+    bool ProcessElement(IXMLDOMNode* node, const std::wstring& opCode, const std::wstring& appPath, bool& result);
+
+    std::wstring m_scriptName;
+    NotifyCallback m_notify;
+};

@@ -1,0 +1,220 @@
+#include "script/CProductInstalled.h"
+
+#include <cwchar>
+
+#include "foundation/CXMLHelper.h"
+#include "foundation/log.h"
+#include "foundation/result.h"
+#include "operations/COperations.h"
+#include "operations/CRegKeyHelper.h"
+#include "script/operation_request.h"
+#include "script/vocabulary.h"
+
+namespace {
+
+constexpr wchar_t kProcessSection[] = L"CProductInstalled::ProcessSection";
+
+// A sum that wraps around at 32 bits.
+int WrappingSum(int left, int right) {
+    return static_cast<int>(static_cast<unsigned>(left) + static_cast<unsigned>(right));
+}
+
+}  // namespace
+
+bool CProductInstalled::Process() {
+    const std::wstring script = GetScriptName();
+    LOG(kInfo, L"->\"%s\"", script.c_str());
+    ComPtr<IXMLDOMDocument> document;
+    HRESULT hr = S_OK;
+    if (!CreateDocument(CALLER, document, hr)) {
+        return false;
+    }
+    if (!dom::LoadFile(document.Get(), script, hr)) {
+        ReportNotLoaded(CALLER, hr);
+        return false;
+    }
+    ComPtr<IXMLDOMNode> root;
+    std::vector<std::wstring> versions;
+    if (!SelectRoot(CALLER, document.Get(), root) || !ReadVersions(root.Get(), versions)) {
+        return false;
+    }
+    for (const std::wstring& version : versions) {
+        if (WalkListedVersion(CALLER, root.Get(), version)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstring& appPath) {
+    std::wstring mode;
+    if (!CXMLHelper::GetNodeAttribute(version, attribute::kMandatorySections, mode)) {
+        LOG(kWarning, L"failed to get attribute \"mandatory_sections\"");
+    }
+    if (mode != L"all" && mode != L"any") {
+        LOG(kWarning, L"Invalid value for attribute \"mandatory_sections\". Default value is \"any\". ");
+        mode = L"any";
+    }
+    dom::ChildList sections;
+    if (!OpenSections(CALLER, version, sections)) {
+        return false;
+    }
+    bool installed = false;
+    for (long index = 0; index < sections.Count(); ++index) {
+        ComPtr<IXMLDOMNode> section;
+        if (!SectionAt(CALLER, sections, index, section)) {
+            return false;
+        }
+        std::wstring opCode;
+        if (!CXMLHelper::GetNodeAttribute(section.Get(), attribute::kOpCode, opCode)) {
+            LOG(kError, L"failed get attribute \"op_code\"");
+        }
+        if (opCode == L"exec_tool") {
+            continue;
+        }
+        const bool passed = ProcessSection(section.Get(), appPath);
+        if (mode == L"any") {
+            installed = installed || passed;
+        } else if (!passed) {
+            return false;
+        } else {
+            installed = true;
+        }
+    }
+    return installed;
+}
+
+bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring& appPath) {
+    std::wstring opCode;
+    if (!CXMLHelper::GetNodeAttribute(section, attribute::kOpCode, opCode)) {
+        LOG(kError, L"failed get attribute \"op_code\"");
+        return false;
+    }
+    int minimum = 0;
+    CXMLHelper::GetNodeAttribute(section, attribute::kMinimumScore, minimum);
+    LOG(kInfo, L"Minimum Score \"%s\" = %d", opCode.c_str(), minimum);
+    dom::ChildList elements;
+    if (!elements.Open(CALLER, section,
+                       {L"failed load child nodes 0x%x", L"failed load \"win_nt\" children count 0x%x"})) {
+        return false;
+    }
+    int score = 0;
+    Next next = Next::Element;
+    for (long index = 0; next == Next::Element && index < elements.Count(); ++index) {
+        ComPtr<IXMLDOMNode> node;
+        const HRESULT hr = elements.Item(index, node);
+        if (dom::Failed(hr, node)) {
+            LOG(kError, L"failed load child %d, err = 0x%x", index, hr);
+            break;
+        }
+        next = ScoreElement(node.Get(), opCode, appPath, score);
+    }
+    if (next == Next::Failure) {
+        return false;
+    }
+    LOG(kInfo, L"Score \"%s\" = %d", opCode.c_str(), score);
+    return score >= minimum;
+}
+
+CProductInstalled::Next CProductInstalled::ScoreElement(IXMLDOMNode* node, const std::wstring& opCode,
+                                                        const std::wstring& appPath, int& score) {
+    std::wstring name;
+    dom::NodeName(node, name);
+    LOG_AS(kProcessSection, kInfo, L"->node \"%s\"", name.c_str());
+    Bstr text;
+    if (FAILED(dom::NodeText(node, text)) || text.Get() == nullptr) {
+        LOG_AS(kProcessSection, kError, L"failed get element value");
+        return Next::Decision;
+    }
+    if (EqualsBlind(text.Text(), element::kSleep)) {
+        // A sleep with a value does not pause; one without it pauses for 0 milliseconds.
+        int milliseconds = 0;
+        if (!CXMLHelper::GetNodeAttribute(node, attribute::kValue, milliseconds)) {
+            ProcessSleep(milliseconds);
+        }
+        return Next::Element;
+    }
+    const Next next = ScoreOperation(node, opCode, appPath, score);
+    if (next == Next::Element) {
+        LOG_AS(kProcessSection, kInfo, L"<-node \"%s\"", name.c_str());
+    }
+    return next;
+}
+
+CProductInstalled::Next CProductInstalled::ScoreOperation(IXMLDOMNode* node, const std::wstring& opCode,
+                                                          const std::wstring& appPath, int& score) {
+    ComPtr<IXMLDOMNamedNodeMap> map;
+    const HRESULT hr = node->get_attributes(map.Put());
+    AttributeList list;
+    if (dom::StepFailed(kProcessSection, hr, map, L"failed get element attributes 0x%x") ||
+        !ReadAttributes(kProcessSection, map.Get(), list)) {
+        return Next::Failure;
+    }
+    int elementScore = 1;
+    bool mandatory = false;
+    OperationAttributes attributes;
+    attributes.Insert(attribute::kOpCode, opCode);
+    for (auto& [name, value] : list) {
+        if (EqualsBlind(name, attribute::kScore)) {
+            elementScore = ::_wtoi(value.c_str());
+        } else if (EqualsBlind(name, attribute::kMandatory)) {
+            mandatory = IsYes(&value);
+        } else {
+            attributes.Insert(std::move(name), std::move(value));
+        }
+    }
+    if (ExecOperation(attributes, appPath)) {
+        score = WrappingSum(score, elementScore);
+    } else if (mandatory) {
+        LOG_AS(kProcessSection, kError, L"The mandatory failed");
+        for (const auto& [name, value] : attributes) {
+            LOG_AS(kProcessSection, kError, L"\t\"%s\" = \"%s\"", name.c_str(), value.c_str());
+        }
+        return Next::Failure;
+    }
+    return Next::Element;
+}
+
+bool CProductInstalled::ProcessDelFile(const OperationAttributes& attributes, const std::wstring& appPath) {
+    FileRequest request;
+    return ReadFileRequest(CALLER, attributes, appPath, request) &&
+           COperations().CheckFile(request.path) == _ERROR_SUCCESS;
+}
+
+bool CProductInstalled::ProcessDelFolder(const OperationAttributes& attributes, const std::wstring& appPath) {
+    std::wstring path;
+    return ReadFolderRequest(CALLER, attributes, appPath, path) && COperations().CheckFolder(path) == _ERROR_SUCCESS;
+}
+
+bool CProductInstalled::ProcessDelShortcut(const OperationAttributes& attributes, const std::wstring& appPath) {
+    ShortcutRequest request;
+    return ReadShortcutRequest(CALLER, attributes, appPath, request) &&
+           COperations().CheckShortcut(request.path, request.target, request.targetIsWholePath) == _ERROR_SUCCESS;
+}
+
+bool CProductInstalled::ProcessDelRegKey(const OperationAttributes& attributes, const std::wstring&) {
+    RegKeyRequest request;
+    if (!ReadRegKeyRequest(CALLER, attributes, LastPiece::Dropped, request)) {
+        return false;
+    }
+    const OperationResult result = request.search ? CRegKeyHelper::CheckKeySearch(request.keyPath, request.dataStrings,
+                                                                                  request.completeStr, request.x32view)
+                                                  : CRegKeyHelper::CheckKey(request.keyPath, request.x32view);
+    return result == _ERROR_SUCCESS;
+}
+
+bool CProductInstalled::ProcessDelRegVal(const OperationAttributes& attributes, const std::wstring& appPath) {
+    RegValueRequest request;
+    return ReadRegValueRequest(CALLER, attributes, appPath, L"unknow special folder \"%s\"", request) &&
+           CRegKeyHelper::CheckValue(request.keyPath, request.valueName, request.x32view) == _ERROR_SUCCESS;
+}
+
+bool CProductInstalled::ProcessSleep(int milliseconds) {
+    ::Sleep(static_cast<DWORD>(milliseconds));
+    return true;
+}
+
+bool CProductInstalled::ProcessDisableDriver(const OperationAttributes& attributes, const std::wstring&) {
+    const std::wstring* const name = RequireDriverName(CALLER, attributes, L"no driver name");
+    return name != nullptr && COperations().CheckService(*name) == _ERROR_SUCCESS;
+}

@@ -1,0 +1,3 @@
+#include "script/progress.h"
+
+volatile LONG g_progressPercent = 0;
