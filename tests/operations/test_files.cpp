@@ -32,13 +32,40 @@ bool Fails(const wchar_t* path) {
     return std::wstring_view(path).ends_with(g_failingEnd);
 }
 
+int g_openSearches = 0;
+
 HANDLE WINAPI FailingFindFirstFile(const wchar_t* path, WIN32_FIND_DATAW* data) {
-    return Fails(path) ? INVALID_HANDLE_VALUE
-                       : ::FindFirstFileExW(path, FindExInfoStandard, data, FindExSearchNameMatch, nullptr, 0);
+    if (Fails(path)) {
+        return INVALID_HANDLE_VALUE;
+    }
+    ++g_openSearches;
+    return ::FindFirstFileExW(path, FindExInfoStandard, data, FindExSearchNameMatch, nullptr, 0);
 }
 
+decltype(&::FindClose) g_findClose = nullptr;
+
+BOOL WINAPI CountingFindClose(HANDLE find) {
+    --g_openSearches;
+    return g_findClose(find);
+}
+
+// As the system does, refuses a folder with an open search.
 BOOL WINAPI FailingRemoveDirectory(const wchar_t* path) {
+    if (g_openSearches > 0) {
+        ::SetLastError(ERROR_SHARING_VIOLATION);
+        return FALSE;
+    }
     return !Fails(path);
+}
+
+Paths g_reset;
+decltype(&::SetFileAttributesW) g_setFileAttributes = nullptr;
+
+BOOL WINAPI RecordingSetFileAttributes(const wchar_t* path, DWORD attributes) {
+    if (attributes == FILE_ATTRIBUTE_NORMAL) {
+        g_reset.push_back(path);
+    }
+    return g_setFileAttributes(path, attributes);
 }
 
 BOOL WINAPI OddDeleteFile(const wchar_t*) {
@@ -52,12 +79,16 @@ TEST_CASE("a folder goes with all it holds, read-only entries included") {
     folder.MakeFolder(L"top\\empty");
     const std::wstring file = folder.WriteFile(L"top\\sub\\deep\\file.txt");
     ::SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
-    ::SetFileAttributesW(folder.Path(L"top\\sub").c_str(), FILE_ATTRIBUTE_READONLY);
     folder.WriteFile(L"topmost.txt");
 
+    const ImportPatch patch("SetFileAttributesW", &RecordingSetFileAttributes);
+    g_setFileAttributes = patch.Original<decltype(&::SetFileAttributesW)>();
+    g_reset.clear();
     RestartList restart;
-    CHECK(COperations(&restart).DelFolder(folder.Path(L"top"), nullptr) == _ERROR_SUCCESS);
+    const std::wstring top = folder.Path(L"top");
+    CHECK(COperations(&restart).DelFolder(top, nullptr) == _ERROR_SUCCESS);
     CHECK(folder.Tree() == Paths{L"topmost.txt"});
+    CHECK(g_reset == Paths{top, top + L"\\empty", file, top + L"\\sub\\deep", top + L"\\sub", top});
     CHECK(restart.Empty());
 }
 
@@ -138,7 +169,9 @@ TEST_CASE("an expansion lists its root first, resets its attributes and passes o
     const std::wstring closed = folder.MakeFolder(L"closed");
     const std::wstring inner = folder.WriteFile(L"open\\inner");
     const std::wstring last = folder.WriteFile(L"z");
-    ::SetFileAttributesW(folder.Path().c_str(), FILE_ATTRIBUTE_READONLY);
+    const ImportPatch attributes("SetFileAttributesW", &RecordingSetFileAttributes);
+    g_setFileAttributes = attributes.Original<decltype(&::SetFileAttributesW)>();
+    g_reset.clear();
     const ImportPatch patch("FindFirstFileW", &FailingFindFirstFile);
     g_failingEnd = L"\\closed\\*.*";
     g_failure = ERROR_ACCESS_DENIED;
@@ -150,7 +183,7 @@ TEST_CASE("an expansion lists its root first, resets its attributes and passes o
     CHECK(operations.ExpandFolder(last, folders, files) == _ERROR_NOT_FOUND);
     CHECK(folders == Paths{L"before", folder.Path(), closed, folder.Path(L"open"), last});
     CHECK(files == Paths{inner, last});
-    CHECK((::GetFileAttributesW(folder.Path().c_str()) & FILE_ATTRIBUTE_READONLY) == 0);
+    CHECK(g_reset == Paths{folder.Path(), last});
     CHECK(
         log.Has(kWarning, L"COperations::ExpandFolderRec", L"error _ERROR_UNKNOWN expand folder \"" + closed + L"\""));
 }
@@ -185,7 +218,11 @@ TEST_CASE("folders that the system refuses to list or to remove") {
     CHECK(
         log.Has(kWarning, L"COperations::CheckShortcutRec", L"FindFirstFile ERROR_FILE_NOT_FOUND \"" + closed + L"\""));
 
-    const ImportPatch patch("RemoveDirectoryW", &FailingRemoveDirectory);
+    const ImportPatch remove("RemoveDirectoryW", &FailingRemoveDirectory);
+    const ImportPatch open("FindFirstFileW", &FailingFindFirstFile);
+    const ImportPatch close("FindClose", &CountingFindClose);
+    g_findClose = close.Original<decltype(&::FindClose)>();
+    g_openSearches = 0;
     g_failingEnd = L"closed";
     for (const DWORD error :
          {ERROR_FILE_NOT_FOUND, ERROR_PATH_NOT_FOUND, ERROR_INVALID_NAME, ERROR_SHARING_VIOLATION}) {
@@ -211,6 +248,13 @@ TEST_CASE("the native system folder is meant under WOW64, and the state found co
     COperations operations;
     CHECK(operations.CheckFile(file) == _ERROR_NOT_FOUND);
     CHECK(operations.DelFile(file, nullptr) == _ERROR_NOT_FOUND);
+    Paths folders;
+    Paths files;
+    CHECK(operations.DelShortcut(path, L"x", false, nullptr) == _ERROR_NOT_FOUND);
+    CHECK(operations.CheckShortcut(path, L"x", false) == _ERROR_NOT_FOUND);
+    CHECK(operations.ExpandShortcut(path, L"x", false, files) == _ERROR_SUCCESS);
+    CHECK(files == Paths{path});
+    CHECK(operations.ExpandFolder(path, folders, files) == _ERROR_NOT_FOUND);
     CHECK(FileExists(file));
     {
         const Wow64Redirection off(L"");
