@@ -1,0 +1,95 @@
+#include "document.h"
+
+#include <algorithm>
+#include <array>
+#include <stdexcept>
+
+#include "failure.h"
+#include "foundation/CConfigFileMngr.h"
+#include "foundation/dom.h"
+#include "foundation/owned.h"
+
+namespace {
+
+constexpr LONGLONG kMaxDocumentBytes = 64 << 20;  // what a 32-bit process can hold several times over
+constexpr std::array<BYTE, 3> kByteOrderMark = {0xEF, 0xBB, 0xBF};
+
+Failure Unusable(const std::wstring& file, const std::wstring& reason) {
+    return {kBadDocument, L"cannot use the document \"" + file + L"\": " + reason};
+}
+
+Bytes ReadBytes(const std::wstring& file) {
+    const auto failed = [&file](DWORD error) {
+        return SystemFailure(kBadDocument, L"cannot read the document", file, error);
+    };
+    const OwnedFileHandle handle(::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
+                                               FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!handle) {
+        throw failed(::GetLastError());
+    }
+    LARGE_INTEGER size;
+    if (!::GetFileSizeEx(handle.Get(), &size)) {
+        throw failed(::GetLastError());
+    }
+    if (size.QuadPart > kMaxDocumentBytes) {
+        throw Unusable(file, L"it is larger than 64 MB");
+    }
+    Bytes bytes(static_cast<std::size_t>(size.QuadPart));
+    DWORD count = 0;
+    if (!::ReadFile(handle.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr)) {
+        throw failed(::GetLastError());
+    }
+    if (count != bytes.size()) {
+        throw failed(ERROR_HANDLE_EOF);
+    }
+    return bytes;
+}
+
+std::wstring Decode(const std::wstring& file, const Bytes& bytes) {
+    if (std::find(bytes.begin(), bytes.end(), BYTE{0}) != bytes.end()) {
+        throw Unusable(file, L"it holds a zero byte, so it is not UTF-8 text (UTF-16, perhaps)");
+    }
+    try {
+        return DecodeUtf8(bytes.data(), bytes.size());
+    } catch (const std::range_error&) {
+        throw Unusable(file, L"it is not UTF-8 text");
+    }
+}
+
+// Where and why, from an engine that says so: without a line its words carry nothing.
+std::wstring ParserWords(IXMLDOMDocument* document) {
+    ComPtr<IXMLDOMParseError> error;
+    Bstr reason;
+    long line = 0;
+    if (FAILED(document->get_parseError(error.Put())) || !error || FAILED(error->get_reason(reason.Put())) ||
+        FAILED(error->get_line(&line))) {
+        return {};
+    }
+    std::wstring words = reason.Text();
+    words.erase(words.find_last_not_of(L" \r\n") + 1);
+    return line > 0 ? L": line " + std::to_wstring(line) + L": " + words : L"";
+}
+
+void CheckWellFormed(const std::wstring& file, const std::wstring& text) {
+    ComPtr<IXMLDOMDocument> document;
+    HRESULT hr = dom::CreateDocument(document);
+    if (FAILED(hr)) {
+        throw SystemFailure(kBadDocument, L"no XML engine to check", file, static_cast<DWORD>(hr));
+    }
+    if (!dom::LoadText(document.Get(), text.c_str(), hr)) {
+        throw Unusable(file, L"it is not well-formed XML" + ParserWords(document.Get()));
+    }
+}
+
+}  // namespace
+
+Bytes ReadDocument(const std::wstring& file) {
+    Bytes bytes = ReadBytes(file);
+    if (bytes.size() >= kByteOrderMark.size() &&
+        std::equal(kByteOrderMark.begin(), kByteOrderMark.end(), bytes.begin())) {
+        bytes.erase(bytes.begin(), bytes.begin() + kByteOrderMark.size());
+    }
+    CheckWellFormed(file, Decode(file, bytes));
+    bytes.push_back(0);
+    return bytes;
+}

@@ -1,0 +1,15 @@
+#include "failure.h"
+
+Failure SystemFailure(int exitCode, const wchar_t* step, const std::wstring& file, DWORD error) {
+    std::wstring text = std::wstring(step) + L" \"" + file + L"\": ";
+    wchar_t message[512];
+    DWORD length = ::FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, error, 0,
+                                    message, ARRAYSIZE(message), nullptr);
+    while (length > 0 && (message[length - 1] <= L' ' || message[length - 1] == L'.')) {
+        --length;
+    }
+    if (length > 0) {
+        text.append(message, length).append(L" ");
+    }
+    return {exitCode, text + L"(" + std::to_wstring(error) + L")"};
+}

@@ -1,0 +1,130 @@
+#include "library.h"
+
+#include <algorithm>
+
+#include "failure.h"
+#include "foundation/CCrypt.h"
+#include "foundation/owned.h"
+#include "foundation/XmlData.h"
+
+namespace {
+
+constexpr wchar_t kResourceType[] = L"XMLBIN";
+constexpr WORD kResourceId = 101;
+constexpr std::size_t kCipherBlockBytes = 16;
+
+Failure Failed(const wchar_t* step, const std::wstring& library, DWORD error = ::GetLastError()) {
+    return SystemFailure(kBadLibrary, step, library, error);
+}
+
+// A copy of the library in its own folder, so that it can take the library's place by a mere change of names.
+class WorkingCopy {
+public:
+    explicit WorkingCopy(const std::wstring& library)
+        : m_library(library), m_path(library + L"." + std::to_wstring(::GetCurrentProcessId()) + L".tmp") {
+        if (!::CopyFileW(library.c_str(), m_path.c_str(), TRUE)) {
+            const DWORD error = ::GetLastError();
+            // A copy that broke off stays behind; a file of that name which stood there before is not ours.
+            if (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS) {
+                ::DeleteFileW(m_path.c_str());
+            }
+            throw Failed(L"cannot make a working copy beside", library, error);
+        }
+    }
+    ~WorkingCopy() {
+        if (!m_placed) {
+            ::DeleteFileW(m_path.c_str());
+        }
+    }
+    WorkingCopy(const WorkingCopy&) = delete;
+    WorkingCopy& operator=(const WorkingCopy&) = delete;
+
+    const std::wstring& Path() const { return m_path; }
+
+    void TakePlaceOfLibrary() {
+        if (!::MoveFileExW(m_path.c_str(), m_library.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
+            throw Failed(L"cannot replace", m_library);
+        }
+        m_placed = true;
+    }
+
+private:
+    std::wstring m_library;
+    std::wstring m_path;
+    bool m_placed = false;
+};
+
+// Tells a missing, protected or loaded file before any work is done on its copy.
+void CheckWritable(const std::wstring& library) {
+    const DWORD attributes = ::GetFileAttributesW(library.c_str());
+    if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
+        throw Failed(L"cannot write to the library", library, ERROR_ACCESS_DENIED);
+    }
+    const OwnedFileHandle file(::CreateFileW(library.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
+                                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) {
+        throw Failed(L"cannot write to the library", library);
+    }
+}
+
+void CheckProgramFile(const std::wstring& library) {
+    const OwnedModule module(::LoadLibraryExW(library.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE));
+    if (!module) {
+        const DWORD error = ::GetLastError();
+        throw Failure{kBadLibrary, L"cannot use the library \"" + library + L"\": it is no program file (" +
+                                       std::to_wstring(error) + L")"};
+    }
+}
+
+Bytes Encipher(const Bytes& document, const std::wstring& library) {
+    CCrypt crypt;
+    Bytes bytes = document;
+    bytes.resize(document.size() + kCipherBlockBytes);
+    DWORD size = static_cast<DWORD>(document.size());
+    if (!crypt.PrepareKey() ||
+        !::CryptEncrypt(crypt.Key(), 0, TRUE, 0, bytes.data(), &size, static_cast<DWORD>(bytes.size()))) {
+        throw Failed(L"cannot encipher the document for", library);
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+// The document as the library will find it in that file; empty if it will not.
+Bytes ReadBack(const std::wstring& file) {
+    const OwnedModule module(::LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE));
+    const HRSRC resource =
+        module ? ::FindResourceW(module.Get(), MAKEINTRESOURCEW(kResourceId), kResourceType) : nullptr;
+    const HGLOBAL loaded = resource != nullptr ? ::LoadResource(module.Get(), resource) : nullptr;
+    if (loaded == nullptr) {
+        return {};
+    }
+    DWORD size = ::SizeofResource(module.Get(), resource);
+    Bytes bytes(size + kCipherBlockBytes);
+    std::copy_n(static_cast<const BYTE*>(::LockResource(loaded)), size, bytes.begin());
+    CCrypt crypt;
+    if (!crypt.PrepareKey() || !::CryptDecrypt(crypt.Key(), 0, TRUE, 0, bytes.data(), &size)) {
+        return {};
+    }
+    bytes.resize(size);
+    return bytes;
+}
+
+}  // namespace
+
+void EmbedDocument(const Bytes& document, const std::wstring& library) {
+    CheckWritable(library);
+    CheckProgramFile(library);
+    const Bytes enciphered = Encipher(document, library);
+    const DWORD size = static_cast<DWORD>(enciphered.size());
+    WorkingCopy copy(library);
+    ::SetLastError(ERROR_SUCCESS);
+    if (const DWORD code = XmlData().WriteData(copy.Path(), kResourceType, kResourceId, enciphered.data(), &size)) {
+        const DWORD error = ::GetLastError();
+        throw Failed(L"cannot store the document in", library, error != ERROR_SUCCESS ? error : code);
+    }
+    if (ReadBack(copy.Path()) != document) {
+        throw Failure{kBadLibrary, L"cannot store the document in \"" + library +
+                                       L"\": what was written does not read back as the document"};
+    }
+    copy.TakePlaceOfLibrary();
+}
