@@ -3,12 +3,12 @@
 set(prodrm_strip i686-w64-mingw32-strip)
 set(prodrm_objcopy i686-w64-mingw32-objcopy)
 
-# Puts a copy of a file into the product.
+# Puts a copy of a file into the product. Further arguments are what has to be built first.
 function(prodrm_dist_copy source place)
     add_custom_command(
         OUTPUT "${PRODRM_DIST_DIR}/${place}"
         COMMAND "${CMAKE_COMMAND}" -E copy "${source}" "${PRODRM_DIST_DIR}/${place}"
-        DEPENDS "${source}"
+        DEPENDS "${source}" ${ARGN}
         VERBATIM)
     set_property(GLOBAL APPEND PROPERTY prodrm_dist_files "${PRODRM_DIST_DIR}/${place}")
 endfunction()
@@ -47,9 +47,11 @@ function(prodrm_dist_library)
 endfunction()
 
 function(prodrm_add_dist)
-    if(TARGET prodrm_pack)
-        prodrm_dist_strip(prodrm_pack prodrm-pack.exe)
-    endif()
+    prodrm_dist_strip(prodrm_pack prodrm-pack.exe)
+    prodrm_dist_library()
+    prodrm_dist_copy("$<TARGET_LINKER_FILE:prodrm>" libprodrm.dll.a prodrm)
+    prodrm_dist_copy("${PROJECT_SOURCE_DIR}/include/prodrm.h" prodrm.h)
+    prodrm_dist_copy("${PROJECT_SOURCE_DIR}/src/api/prodrm.def" prodrm.def)
     if(TARGET prodrm_log)
         prodrm_dist_strip(prodrm_log log.dll)
     endif()
@@ -57,29 +59,9 @@ function(prodrm_add_dist)
         prodrm_dist_strip(prodrm_host prodrm.exe)
     endif()
 
-    file(GLOB document CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/documents/embedded.xml")
-    if(TARGET prodrm AND TARGET prodrm_pack AND document)
-        prodrm_dist_library()
-    elseif(TARGET prodrm)
-        message(WARNING "no packer or no document to embed: prodrm.dll stays without one")
-        prodrm_dist_strip(prodrm prodrm.dll)
-    endif()
-    if(TARGET prodrm)
-        add_custom_command(
-            OUTPUT "${PRODRM_DIST_DIR}/libprodrm.dll.a"
-            COMMAND "${CMAKE_COMMAND}" -E copy "$<TARGET_LINKER_FILE:prodrm>" "${PRODRM_DIST_DIR}/libprodrm.dll.a"
-            DEPENDS prodrm
-            VERBATIM)
-        set_property(GLOBAL APPEND PROPERTY prodrm_dist_files "${PRODRM_DIST_DIR}/libprodrm.dll.a")
-        prodrm_dist_copy("${PROJECT_SOURCE_DIR}/include/prodrm.h" prodrm.h)
-        prodrm_dist_copy("${PROJECT_SOURCE_DIR}/src/api/prodrm.def" prodrm.def)
-    endif()
-
     set(documents "${PROJECT_SOURCE_DIR}/documents")
-    file(GLOB catalogues CONFIGURE_DEPENDS RELATIVE "${documents}"
-         "${documents}/products.xml" "${documents}/detection.xml")
     file(GLOB_RECURSE scripts CONFIGURE_DEPENDS RELATIVE "${documents}" "${documents}/intern/*" "${documents}/extern/*")
-    foreach(name IN LISTS catalogues scripts)
+    foreach(name IN ITEMS products.xml detection.xml LISTS scripts)
         prodrm_dist_copy("${documents}/${name}" "${name}")
     endforeach()
 
