@@ -1,5 +1,5 @@
 # Every folder below tests/ is one test program, run in a fresh prefix of each kind:
-#   *.cpp                      the program test_<folder>; tests/boundary links nothing of the product
+#   *.cpp                      the program test_<folder>; tests/boundary and tests/host link nothing of the product
 #   *.test.sh                  shell tests, run in both kinds as well
 #   programs/NAME.cpp          helper program NAME.exe beside the test program
 #   programs/NAME.dll.cpp      helper library NAME.dll, with NAME.def if there is one
@@ -14,7 +14,7 @@ function(prodrm_test_support)
 
     add_library(test_support INTERFACE)
     target_include_directories(test_support INTERFACE "${CMAKE_CURRENT_SOURCE_DIR}")
-    target_link_libraries(test_support INTERFACE prodrm_headers_doctest)
+    target_link_libraries(test_support INTERFACE prodrm_headers_doctest prodrm_headers_json)
 
     prodrm_test_helpers(support)  # the recording log.dll
 
@@ -93,7 +93,7 @@ function(prodrm_test_folder folder)
         set_target_properties(${program} PROPERTIES
             RUNTIME_OUTPUT_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/${folder}")
         target_link_libraries(${program} PRIVATE test_main test_support prodrm_settings prodrm_warnings)
-        if(NOT folder STREQUAL boundary)
+        if(NOT folder MATCHES "^(boundary|host)$")
             foreach(part prodrm_api prodrm_core)
                 if(TARGET ${part})
                     target_link_libraries(${program} PRIVATE ${part})

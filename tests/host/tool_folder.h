@@ -1,0 +1,37 @@
+#pragma once
+
+#include <windows.h>
+
+#include <string>
+#include <string_view>
+
+#include "support/temp_folder.h"
+
+// What one run of the tool left.
+struct ToolRun {
+    DWORD code;
+    std::string out;
+    std::string err;
+};
+
+// A folder of its own with a copy of the built tool, the library and the log module, where catalogues can be laid.
+class ToolFolder {
+public:
+    ToolFolder();
+
+    std::wstring Path(const std::wstring& relative) const { return m_folder.Path(relative); }
+    std::wstring Write(const std::wstring& relative, std::string_view content) const {
+        return m_folder.WriteFile(relative, content);
+    }
+    // Lays a catalogue whose root element holds `content`.
+    void Catalogue(const std::wstring& file, const std::string& content) const;
+    void Delete(const std::wstring& relative) const;
+
+    // Runs the tool to its end with pipes-like files for its streams and nothing to read.
+    ToolRun Run(const std::wstring& arguments) const;
+
+private:
+    TempFolder m_folder;
+};
+
+std::string ReadBytes(const std::wstring& path);

@@ -1,0 +1,18 @@
+#pragma once
+
+#include <nlohmann/json.hpp>
+
+#include <string>
+
+#include "text.h"
+
+namespace host {
+
+// Members keep the order in which they are given.
+using Json = nlohmann::ordered_json;
+
+inline std::wstring ToText(const Json& value, int indent = 2) {
+    return FromUtf8(value.dump(indent, ' ', false, Json::error_handler_t::replace));
+}
+
+}  // namespace host

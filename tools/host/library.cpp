@@ -1,0 +1,119 @@
+#include "library.h"
+
+#include <windows.h>
+
+#include <iterator>
+
+#include "arrays.h"
+#include "failure.h"
+#include "text.h"
+
+namespace host {
+
+namespace {
+
+constexpr wchar_t kLibraryName[] = L"prodrm.dll";
+
+struct Catalogue {
+    ULONG flag;
+    UninstallType type;
+    const wchar_t* name;
+    const wchar_t* file;
+};
+
+constexpr Catalogue kCatalogues[] = {
+    {PRODRM_FAMILY, UNINSTALL_TYPE_FAMILY, L"family", L"products.xml"},
+    {PRODRM_FOREIGN, UNINSTALL_TYPE_FOREIGN, L"foreign", L"detection.xml"},
+};
+
+// A null BSTR reads as empty text.
+std::wstring TextOf(BSTR text) {
+    return {text, ::SysStringLen(text)};
+}
+
+void ReadVersion(const BSTR& key, Version& version) {
+    version.key = TextOf(key);
+}
+
+void ReadVersion(const VersionEntry& entry, Version& version) {
+    version.key = TextOf(entry.key);
+    for (const ParamEntry& parameter : ElementsOf<ParamEntry>(entry.params)) {
+        Parameter& read = version.parameters.emplace_back(Parameter{TextOf(parameter.name), {}});
+        for (const BSTR value : ElementsOf<BSTR>(parameter.values)) {
+            read.values.push_back(TextOf(value));
+        }
+    }
+}
+
+using ListFunction = decltype(&::GetProducts);
+
+template <typename VersionForm>
+std::vector<Product> List(ListFunction list, ULONG flags) {
+    std::vector<Product> products;
+    for (const Catalogue& catalogue : kCatalogues) {
+        if ((flags & catalogue.flag) == 0) {
+            continue;
+        }
+        SAFEARRAY* received = nullptr;
+        if (!list(&received, catalogue.flag)) {
+            throw Failure(ERROR_INSTALL_FAILURE, std::wstring(L"the ") + catalogue.name + L" catalogue (" +
+                                                     catalogue.file + L" beside the library) cannot be read");
+        }
+        const Array<ProductOf<VersionForm>> entries(received);
+        for (const ProductOf<VersionForm>& entry : entries.Elements()) {
+            Product& product = products.emplace_back(
+                Product{TextOf(entry.name), TextOf(entry.file), static_cast<UninstallType>(entry.type), {}});
+            for (const VersionForm& version : ElementsOf<VersionForm>(entry.guids)) {
+                ReadVersion(version, product.versions.emplace_back());
+            }
+        }
+    }
+    return products;
+}
+
+}  // namespace
+
+const wchar_t* CatalogueName(UninstallType type) {
+    return kCatalogues[type == UNINSTALL_TYPE_FOREIGN].name;
+}
+
+std::wstring OwnFolder() {
+    std::wstring path(MAX_PATH, L'\0');
+    DWORD length = 0;
+    // A path without room is cut to the size of the buffer.
+    while ((length = ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) == path.size()) {
+        path.resize(2 * path.size());
+    }
+    path.resize(length);
+    return path.substr(0, path.find_last_of(L'\\'));
+}
+
+Library::Library() : m_module(::LoadLibraryW((OwnFolder() + L"\\" + kLibraryName).c_str())) {
+    if (!m_module) {
+        const DWORD error = ::GetLastError();
+        throw Failure(ERROR_INSTALL_FAILURE, OwnFolder() + L"\\" + kLibraryName + L" cannot be loaded (error " +
+                                                 std::to_wstring(error) + L")");
+    }
+}
+
+FARPROC Library::Find(const char* name) const {
+    const FARPROC address = ::GetProcAddress(m_module.Get(), name);
+    if (address == nullptr) {
+        throw Failure(ERROR_INSTALL_FAILURE, std::wstring(kLibraryName) + L" does not export " + FromUtf8(name));
+    }
+    return address;
+}
+
+std::vector<Product> Library::Products(ULONG flags) const {
+    return List<BSTR>(Bind<ListFunction>("GetProducts"), flags);
+}
+
+std::vector<Product> Library::InstalledProducts(ULONG flags) const {
+    return List<BSTR>(Bind<ListFunction>("GetInstalledProducts"), flags);
+}
+
+std::vector<Product> Library::InstalledProductsEx(ULONG flags) const {
+    return List<VersionEntry>(Bind<ListFunction>("GetInstalledProductsEx"), flags);
+}
+
+}  // namespace host

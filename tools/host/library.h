@@ -1,0 +1,58 @@
+#pragma once
+
+#include <prodrm.h>
+
+#include <string>
+#include <vector>
+
+#include "foundation/module.h"
+#include "foundation/owned.h"
+
+namespace host {
+
+struct Parameter {
+    std::wstring name;
+    std::vector<std::wstring> values;
+};
+
+struct Version {
+    std::wstring key;
+    std::vector<Parameter> parameters;  // of the extended form
+};
+
+struct Product {
+    std::wstring name;
+    std::wstring script;  // full path
+    UninstallType type;
+    std::vector<Version> versions;  // found on this machine
+};
+
+// "family" or "foreign".
+const wchar_t* CatalogueName(UninstallType type);
+
+// Folder of this program, without a backslash at the end.
+std::wstring OwnFolder();
+
+// The product-removal library beside this program. Every failure is thrown as a Failure.
+class Library {
+public:
+    Library();
+
+    // `flags` are those of the exports. The catalogues are asked one by one, so that a failure can name the one
+    // that cannot be read.
+    std::vector<Product> Products(ULONG flags) const;
+    std::vector<Product> InstalledProducts(ULONG flags) const;
+    // With the parameters of each version.
+    std::vector<Product> InstalledProductsEx(ULONG flags) const;
+
+private:
+    template <typename Function>
+    Function Bind(const char* name) const {
+        return EntryPointCast<Function>(Find(name));
+    }
+    FARPROC Find(const char* name) const;
+
+    OwnedModule m_module;
+};
+
+}  // namespace host
