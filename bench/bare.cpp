@@ -1,0 +1,124 @@
+#include "bare.h"
+
+#include <shlobj.h>
+
+#include <vector>
+
+#include "foundation/dom.h"
+
+namespace {
+
+bool IsDots(const WIN32_FIND_DATAW& entry) {
+    const wchar_t* const name = entry.cFileName;
+    return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
+}
+
+}  // namespace
+
+ComPtr<IXMLDOMDocument> BareLoad(const std::wstring& file) {
+    ComPtr<IXMLDOMDocument> document;
+    dom::CreateDocument(document);
+    VARIANT source;
+    source.vt = VT_BSTR;
+    source.bstrVal = ::SysAllocString(file.c_str());
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    document->load(source, &loaded);
+    ::VariantClear(&source);
+    return document;
+}
+
+ComPtr<IXMLDOMDocument> BareLoadText(const std::wstring& text) {
+    ComPtr<IXMLDOMDocument> document;
+    dom::CreateDocument(document);
+    const BSTR source = ::SysAllocString(text.c_str());
+    VARIANT_BOOL loaded = VARIANT_FALSE;
+    document->loadXML(source, &loaded);
+    ::SysFreeString(source);
+    return document;
+}
+
+void BareDeleteTree(const std::wstring& folder) {
+    WIN32_FIND_DATAW entry;
+    const HANDLE find = ::FindFirstFileW((folder + L"\\*.*").c_str(), &entry);
+    if (find == INVALID_HANDLE_VALUE) {
+        return;
+    }
+    do {
+        if (IsDots(entry)) {
+            continue;
+        }
+        const std::wstring path = folder + L'\\' + entry.cFileName;
+        if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+            BareDeleteTree(path);
+        } else {
+            ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+            ::DeleteFileW(path.c_str());
+        }
+    } while (::FindNextFileW(find, &entry));
+    ::FindClose(find);
+    ::SetFileAttributesW(folder.c_str(), FILE_ATTRIBUTE_NORMAL);
+    ::RemoveDirectoryW(folder.c_str());
+}
+
+void BareDeleteKey(HKEY hive, const std::wstring& subkey, REGSAM view) {
+    HKEY key = nullptr;
+    if (::RegOpenKeyExW(hive, subkey.c_str(), 0, KEY_ALL_ACCESS | view, &key) != ERROR_SUCCESS) {
+        return;
+    }
+    std::vector<std::wstring> values;
+    std::vector<std::wstring> subkeys;
+    wchar_t name[256];
+    for (DWORD index = 0, length = 256;
+         ::RegEnumValueW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+         ++index, length = 256) {
+        values.emplace_back(name);
+    }
+    for (const std::wstring& value : values) {
+        ::RegDeleteValueW(key, value.c_str());
+    }
+    for (DWORD index = 0, length = 256;
+         ::RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+         ++index, length = 256) {
+        subkeys.emplace_back(name);
+    }
+    for (const std::wstring& child : subkeys) {
+        BareDeleteKey(hive, subkey + L'\\' + child, view);
+    }
+    ::RegCloseKey(key);
+    ::RegDeleteKeyW(hive, subkey.c_str());
+}
+
+bool BareOpenKey(HKEY hive, const std::wstring& subkey, REGSAM access) {
+    HKEY key = nullptr;
+    if (::RegOpenKeyExW(hive, subkey.c_str(), 0, access, &key) != ERROR_SUCCESS) {
+        return false;
+    }
+    ::RegCloseKey(key);
+    return true;
+}
+
+void BareDeleteLinks(const std::wstring& folder) {
+    WIN32_FIND_DATAW entry;
+    const HANDLE find = ::FindFirstFileW((folder + L"\\*.*").c_str(), &entry);
+    if (find == INVALID_HANDLE_VALUE) {
+        return;
+    }
+    do {
+        if (IsDots(entry)) {
+            continue;
+        }
+        const std::wstring path = folder + L'\\' + entry.cFileName;
+        wchar_t target[MAX_PATH] = {};
+        WIN32_FIND_DATAW data;
+        ComPtr<IShellLinkW> link;
+        ComPtr<IPersistFile> file;
+        ::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                           reinterpret_cast<void**>(link.Put()));
+        link.As(IID_IPersistFile, file);
+        file->Load(path.c_str(), 0);
+        link->GetPath(target, MAX_PATH, &data, 0);
+        ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+        ::DeleteFileW(path.c_str());
+    } while (::FindNextFileW(find, &entry));
+    ::FindClose(find);
+}
