@@ -53,7 +53,7 @@ bool CProduct::LoadVersions(IXMLDOMNode* node) {
     }
     for (long index = 0; index < children.Count(); ++index) {
         ComPtr<IXMLDOMNode> child;
-        const HRESULT hr = children.Item(index, child);
+        const HRESULT hr = children.Next(child);
         CProductVersion version;
         if (dom::Failed(hr, child)) {
             LOG_AS(kLoad, kError, L"failed load child %d, err = 0x%x", index, hr);

@@ -70,7 +70,7 @@ void CProductVersion::LoadParams(IXMLDOMNode* node) {
     }
     for (long index = 0; index < children.Count(); ++index) {
         ComPtr<IXMLDOMNode> child;
-        const HRESULT hr = children.Item(index, child);
+        const HRESULT hr = children.Next(child);
         if (dom::Failed(hr, child)) {
             LOG_AS(caller, kError, L"failed load child %d, err = 0x%x", index, hr);
             return;

@@ -61,7 +61,7 @@ bool CProducts::LoadChildren(const std::wstring& file, IXMLDOMNode* root, LONG t
     bool loaded = true;
     for (long index = 0; loaded && index < children.Count(); ++index) {
         ComPtr<IXMLDOMNode> child;
-        hr = children.Item(index, child);
+        hr = children.Next(child);
         if (dom::Failed(hr, child)) {
             LOG_AS(kLoad, kError, L"failed load Root child %d, err = 0x%x", index, hr);
             loaded = false;

@@ -48,7 +48,8 @@ struct ChildListTexts {
     CodeText count;  // its length could not be had
 };
 
-// The children of one node, in document order.
+// The children of one node, taken one after the other in document order. By index each step would count from the
+// first child on, and a long list would cost the square of its length.
 class ChildList {
 public:
     // The two steps of Open, for readers that report between a failure and its log line.
@@ -59,7 +60,7 @@ public:
     bool Open(const wchar_t* caller, IXMLDOMNode* node, const ChildListTexts& texts);
 
     long Count() const { return m_count; }
-    HRESULT Item(long index, ComPtr<IXMLDOMNode>& child) const { return m_nodes->get_item(index, child.Put()); }
+    HRESULT Next(ComPtr<IXMLDOMNode>& child) { return m_nodes->nextNode(child.Put()); }
 
 private:
     ComPtr<IXMLDOMNodeList> m_nodes;

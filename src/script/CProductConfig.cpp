@@ -140,7 +140,7 @@ bool CProductConfig::ReadVersions(IXMLDOMNode* root, std::vector<std::wstring>& 
     }
     for (long index = 0; index < children.Count(); ++index) {
         ComPtr<IXMLDOMNode> child;
-        hr = children.Item(index, child);
+        hr = children.Next(child);
         if (dom::Failed(hr, child)) {
             LOG(kError, L"failed get child %d for version_list 0x%x", index, hr);
             return false;
@@ -240,9 +240,9 @@ bool CProductConfig::OpenSections(const wchar_t* caller, IXMLDOMNode* version, d
                          {L"failed load \"win_nt\" childs nodes 0x%x", L"failed load \"win_nt\" childs count 0x%x"});
 }
 
-bool CProductConfig::SectionAt(const wchar_t* caller, const dom::ChildList& sections, long index,
+bool CProductConfig::SectionAt(const wchar_t* caller, dom::ChildList& sections, long index,
                                ComPtr<IXMLDOMNode>& section) {
-    const HRESULT hr = sections.Item(index, section);
+    const HRESULT hr = sections.Next(section);
     if (dom::Failed(hr, section)) {
         LOG_AS(caller, kError, L"failed load child %d for \"win_nt\", err = 0x%x", index, hr);
         return false;
@@ -295,7 +295,7 @@ bool CProductConfig::ProcessSection(IXMLDOMNode* section, const std::wstring& ap
     bool result = true;
     for (long index = 0; index < elements.Count(); ++index) {
         ComPtr<IXMLDOMNode> node;
-        const HRESULT hr = elements.Item(index, node);
+        const HRESULT hr = elements.Next(node);
         if (dom::Failed(hr, node)) {
             LOG(kError, L"failed load child %d, err = 0x%x", index, hr);
             return false;

@@ -63,8 +63,7 @@ protected:
     bool ProcessVersion(IXMLDOMNode* version);
 
     static bool OpenSections(const wchar_t* caller, IXMLDOMNode* version, dom::ChildList& sections);
-    static bool SectionAt(const wchar_t* caller, const dom::ChildList& sections, long index,
-                          ComPtr<IXMLDOMNode>& section);
+    static bool SectionAt(const wchar_t* caller, dom::ChildList& sections, long index, ComPtr<IXMLDOMNode>& section);
 
     using AttributeList = std::vector<std::pair<std::wstring, std::wstring>>;
     static bool ReadAttributes(const wchar_t* caller, IXMLDOMNamedNodeMap* map, AttributeList& attributes);

@@ -102,7 +102,7 @@ bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring&
     Next next = Next::Element;
     for (long index = 0; next == Next::Element && index < elements.Count(); ++index) {
         ComPtr<IXMLDOMNode> node;
-        const HRESULT hr = elements.Item(index, node);
+        const HRESULT hr = elements.Next(node);
         if (dom::Failed(hr, node)) {
             LOG(kError, L"failed load child %d, err = 0x%x", index, hr);
             break;
