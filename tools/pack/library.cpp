@@ -69,10 +69,12 @@ void CheckWritable(const std::wstring& library) {
 
 void CheckProgramFile(const std::wstring& library) {
     const OwnedModule module(::LoadLibraryExW(library.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE));
+    const DWORD error = ::GetLastError();
+    if (!module && error == ERROR_BAD_EXE_FORMAT) {  // the system's own words have a gap for the name
+        throw Failure{kBadLibrary, L"cannot use the library \"" + library + L"\": it is no program file"};
+    }
     if (!module) {
-        const DWORD error = ::GetLastError();
-        throw Failure{kBadLibrary, L"cannot use the library \"" + library + L"\": it is no program file (" +
-                                       std::to_wstring(error) + L")"};
+        throw Failed(L"cannot use the library", library, error);
     }
 }
 

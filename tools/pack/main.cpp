@@ -3,7 +3,6 @@
 #include <windows.h>
 #include <objbase.h>
 
-#include <exception>
 #include <string>
 
 #include "document.h"
@@ -62,7 +61,7 @@ int Pack(const std::wstring& document, const std::wstring& library) {
     } catch (const Failure& failure) {
         Print(STD_ERROR_HANDLE, L"prodrm-pack: " + failure.text + L"\n");
         return failure.exitCode;
-    } catch (const std::exception&) {
+    } catch (...) {  // of containers and COM, which raise nothing but a failed allocation
         Print(STD_ERROR_HANDLE, L"prodrm-pack: not enough memory for \"" + document + L"\"\n");
         return kBadDocument;
     }

@@ -1,0 +1,86 @@
+#!/usr/bin/env bash
+# What the packer refuses: the library keeps its bytes, nothing is left beside it, and the message names file and cause.
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
+# shellcheck source=scripts/prefix.sh
+source "$root/scripts/prefix.sh"
+
+folder=$(mktemp -d)
+trap 'chmod -R u+w "$folder"; rm -rf "$folder"' EXIT
+packer=$folder/packer.exe
+library=$folder/Ж.dll
+good=$folder/good.xml
+cp "$PRODRM_DIST_DIR/prodrm-pack.exe" "$packer"
+cp "$PRODRM_DIST_DIR/log.dll" "$library"
+cp "$packer" "$folder/running.exe"
+echo '<a>text</a>' >"$good"
+echo '<a><b></a>' >"$folder/malformed.xml"
+printf '<a>\xff</a>' >"$folder/latin.xml"
+printf '<\0a\0/\0>\0' >"$folder/utf16.xml"
+: >"$folder/empty.xml"
+echo 'no program' >"$folder/text.dll"
+cp "$library" "$folder/protected.dll"
+chmod a-w "$folder/protected.dll"
+{
+    echo '<a>'
+    seq -f '<b>%g</b>' 20000
+    echo '</a>'
+} >"$folder/big.xml"
+
+failed=0
+snapshot() { (cd "$folder" && sha256sum -- *); }
+before=$(snapshot)
+
+# refuses EXIT_CODE WORDS ARGUMENTS...: the words are those of the message, in their order.
+refuses() {
+    local expected=$1 words=$2 code=0 message
+    shift 2
+    prefix_run "$PRODRM_PREFIX" "$@" >"$folder.out" 2>"$folder.err" </dev/null || code=$?
+    message=$(<"$folder.err")
+    # shellcheck disable=SC2254  # the words are a pattern
+    case $message in
+    *$words*) ;;
+    *)
+        echo "FAILED: expected \"$words\", heard \"$message\""
+        failed=1
+        ;;
+    esac
+    if ((code != expected)); then
+        echo "FAILED: exit code $code instead of $expected: $message"
+        failed=1
+    fi
+    if [[ $(snapshot) != "$before" ]]; then
+        echo "FAILED: the folder has changed: $message"
+        diff <(echo "$before") <(snapshot) || true
+        failed=1
+    fi
+    rm -f "$folder.out" "$folder.err"
+}
+
+# Fails every write beyond the given number of KB, as a full disk does.
+with_limit() (
+    trap '' XFSZ
+    ulimit -f "$1"
+    shift
+    refuses "$@"
+    exit "$failed"
+)
+
+refuses 2 'usage: prodrm-pack' "$packer" "$good"
+refuses 2 'usage: prodrm-pack' "$packer" "$good" "$library" more
+refuses 1 'missing.xml*(2)' "$packer" "$folder/missing.xml" "$library"
+refuses 1 'malformed.xml*not well-formed XML' "$packer" "$folder/malformed.xml" "$library"
+refuses 1 'empty.xml*not well-formed XML' "$packer" "$folder/empty.xml" "$library"
+refuses 1 'latin.xml*not UTF-8' "$packer" "$folder/latin.xml" "$library"
+refuses 1 'utf16.xml*UTF-16' "$packer" "$folder/utf16.xml" "$library"
+refuses 3 'missing.dll*(2)' "$packer" "$good" "$folder/missing.dll"
+refuses 3 'text.dll*no program file' "$packer" "$good" "$folder/text.dll"
+refuses 3 'protected.dll*(5)' "$packer" "$good" "$folder/protected.dll"
+refuses 3 'running.exe*(32)' "$folder/running.exe" "$good" "$folder/running.exe"
+
+size=$(($(stat -c %s "$library") / 1024))
+with_limit $((size / 2)) 3 'working copy beside*Ж.dll' "$packer" "$good" "$library" || failed=1
+with_limit $((size + 64)) 3 'store the document in*Ж.dll' "$packer" "$folder/big.xml" "$library" || failed=1
+
+exit "$failed"
