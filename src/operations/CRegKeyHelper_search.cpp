@@ -1,0 +1,68 @@
+#include <algorithm>
+
+#include "foundation/CSplitKeyPath.h"
+#include "foundation/log.h"
+#include "operations/CRegKeyHelper.h"
+#include "operations/registry_walk.h"
+
+OperationResult CRegKeyHelper::DelKeySearch(const std::wstring& path, const std::vector<std::wstring>& search,
+                                            bool complete, bool x32view, IUsed* used) {
+    LOG(kInfo, L"path = \"%s\"", path.c_str());
+    HKEY hive = nullptr;
+    std::wstring subkey;
+    OperationResult result = _ERROR_NOT_FOUND;
+    if (CSplitKeyPath::Split(path, hive, subkey)) {
+        bool unread = false;
+        result = DelKeySearch(hive, subkey, search, complete, x32view, used, &unread);
+    }
+    LOG(kInfo, L"path = \"%s\", err = %s", path.c_str(), ResultName(result));
+    return result;
+}
+
+OperationResult CRegKeyHelper::DelKeySearch(HKEY hive, const std::wstring& subkey,
+                                            const std::vector<std::wstring>& search, bool complete, bool x32view,
+                                            IUsed* used, bool* usedFlag) {
+    const wchar_t* const hiveName = HiveName(hive);
+    if (hiveName == nullptr) {
+        LOG(kWarning, L"DelKeySearch unknown hkey=0x%x, subkey=\"%s\"",
+            static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(hive)), subkey.c_str());
+        return _ERROR_FAILED;
+    }
+    LOG(kInfo, L"DelKeySearch \"%s\" \\ \"%s\"", hiveName, subkey.c_str());
+    OwnedRegKey key;
+    const LONG error = OpenKey(hive, subkey, x32view, key);
+    if (error != ERROR_SUCCESS) {
+        LOG(kError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), error);
+        return _ERROR_NOT_FOUND;
+    }
+    if (usedFlag != nullptr) {
+        *usedFlag = false;
+    }
+    std::vector<RegValueEntry> values;
+    if (GetValues(key.Get(), values) == _ERROR_SUCCESS &&
+        std::any_of(values.begin(), values.end(), [&](const RegValueEntry& value) {
+            return DataMatches(value.type, value.data, search, complete);
+        })) {
+        key.Reset();
+        return DeleteKey(hive, subkey, x32view, used, usedFlag);
+    }
+    std::vector<std::wstring> names;
+    OperationResult result = GetSubKeys(key.Get(), names);
+    if (result != _ERROR_SUCCESS) {
+        LOG(kError, L"GetSubKeys failed 0x%x", 0);  // the number is always this one
+        return result;
+    }
+    for (const std::wstring& name : names) {
+        const std::wstring child = subkey + L'\\' + name;
+        bool childKept = false;
+        const OperationResult deleted = DelKeySearch(hive, child, search, complete, x32view, used, &childKept);
+        if (childKept && usedFlag != nullptr) {
+            *usedFlag = true;
+        }
+        if (deleted != _ERROR_SUCCESS && deleted != _ERROR_NOT_FOUND) {
+            LOG(kError, L"DelKeySearch %s failed 0x%x", child.c_str(), deleted);
+            result = deleted;
+        }
+    }
+    return result;
+}
