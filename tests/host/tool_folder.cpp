@@ -27,6 +27,38 @@ OwnedFileHandle OpenInherited(const std::wstring& path, DWORD access, DWORD disp
     return file;
 }
 
+ToolRun RunProgram(const std::wstring& program, const std::wstring& arguments, const std::wstring& folder) {
+    const TempFolder streams;
+    PROCESS_INFORMATION process = {};
+    {
+        const OwnedFileHandle in = OpenInherited(L"NUL", GENERIC_READ, OPEN_EXISTING);
+        const OwnedFileHandle out = OpenInherited(streams.Path(L"out"), GENERIC_WRITE, CREATE_NEW);
+        const OwnedFileHandle err = OpenInherited(streams.Path(L"err"), GENERIC_WRITE, CREATE_NEW);
+        STARTUPINFOW startup = {};
+        startup.cb = sizeof(startup);
+        startup.dwFlags = STARTF_USESTDHANDLES;
+        startup.hStdInput = in.Get();
+        startup.hStdOutput = out.Get();
+        startup.hStdError = err.Get();
+        std::wstring line = L"\"" + program + L"\" " + arguments;
+        if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, folder.c_str(), &startup,
+                              &process)) {
+            throw std::runtime_error("a program does not start");
+        }
+    }
+    const OwnedHandle started(process.hProcess);
+    const OwnedHandle thread(process.hThread);
+    if (::WaitForSingleObject(started.Get(), kTimeLimit) != WAIT_OBJECT_0) {
+        ::TerminateProcess(started.Get(), 1);
+        throw std::runtime_error("a program does not end");
+    }
+    ToolRun run = {};
+    ::GetExitCodeProcess(started.Get(), &run.code);
+    run.out = ReadBytes(streams.Path(L"out"));
+    run.err = ReadBytes(streams.Path(L"err"));
+    return run;
+}
+
 }  // namespace
 
 ToolFolder::ToolFolder() {
@@ -48,36 +80,17 @@ void ToolFolder::Delete(const std::wstring& relative) const {
     }
 }
 
+void ToolFolder::Embed(std::string_view document) const {
+    const std::wstring file = Write(L"embedded.xml", document);
+    const ToolRun run =
+        RunProgram(Dist(L"prodrm-pack.exe"), L"\"" + file + L"\" \"" + Path(L"prodrm.dll") + L"\"", Path({}));
+    if (run.code != 0) {
+        throw std::runtime_error(run.err);
+    }
+}
+
 ToolRun ToolFolder::Run(const std::wstring& arguments) const {
-    const TempFolder streams;
-    PROCESS_INFORMATION process = {};
-    {
-        const OwnedFileHandle in = OpenInherited(L"NUL", GENERIC_READ, OPEN_EXISTING);
-        const OwnedFileHandle out = OpenInherited(streams.Path(L"out"), GENERIC_WRITE, CREATE_NEW);
-        const OwnedFileHandle err = OpenInherited(streams.Path(L"err"), GENERIC_WRITE, CREATE_NEW);
-        STARTUPINFOW startup = {};
-        startup.cb = sizeof(startup);
-        startup.dwFlags = STARTF_USESTDHANDLES;
-        startup.hStdInput = in.Get();
-        startup.hStdOutput = out.Get();
-        startup.hStdError = err.Get();
-        std::wstring line = L"\"" + Path(L"prodrm.exe") + L"\" " + arguments;
-        if (!::CreateProcessW(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, Path({}).c_str(), &startup,
-                              &process)) {
-            throw std::runtime_error("the tool does not start");
-        }
-    }
-    const OwnedHandle started(process.hProcess);
-    const OwnedHandle thread(process.hThread);
-    if (::WaitForSingleObject(started.Get(), kTimeLimit) != WAIT_OBJECT_0) {
-        ::TerminateProcess(started.Get(), 1);
-        throw std::runtime_error("the tool does not end");
-    }
-    ToolRun run = {};
-    ::GetExitCodeProcess(started.Get(), &run.code);
-    run.out = ReadBytes(streams.Path(L"out"));
-    run.err = ReadBytes(streams.Path(L"err"));
-    return run;
+    return RunProgram(Path(L"prodrm.exe"), arguments, Path({}));
 }
 
 std::string ReadBytes(const std::wstring& path) {

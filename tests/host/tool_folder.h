@@ -27,7 +27,10 @@ public:
     void Catalogue(const std::wstring& file, const std::string& content) const;
     void Delete(const std::wstring& relative) const;
 
-    // Runs the tool to its end with pipes-like files for its streams and nothing to read.
+    // Embeds a document into the copy of the library.
+    void Embed(std::string_view document) const;
+
+    // Runs the tool to its end with files for its streams and nothing to read.
     ToolRun Run(const std::wstring& arguments) const;
 
 private:

@@ -10,7 +10,9 @@
 
 namespace host {
 
-enum class Command { List };
+enum class Command { List, Explain, Remove };
+
+enum class RemovalScope { Names, AllInstalled, ForceAll };
 
 struct Options {
     Command command = Command::List;
@@ -18,6 +20,11 @@ struct Options {
     bool installed = false;
     bool details = false;
     bool json = false;
+    std::vector<std::wstring> names;  // of products
+    RemovalScope scope = RemovalScope::Names;
+    bool force = false;
+    bool yes = false;
+    bool quiet = false;
     LogSettings log;
 };
 

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-#include <iterator>
+#include <algorithm>
 
 #include "arrays.h"
 #include "failure.h"
@@ -77,6 +77,24 @@ const wchar_t* CatalogueName(UninstallType type) {
     return kCatalogues[type == UNINSTALL_TYPE_FOREIGN].name;
 }
 
+const Product& FindProduct(const std::vector<Product>& products, const std::wstring& name) {
+    const auto isNamed = [&](const Product& product) { return product.name == name; };
+    const auto found = std::find_if(products.begin(), products.end(), isNamed);
+    if (found == products.end()) {
+        throw Failure(ERROR_UNKNOWN_PRODUCT, Quoted(name) + L" is in no catalogue");
+    }
+    const auto isOther = [&](const Product& other) { return isNamed(other) && other.type != found->type; };
+    if (std::any_of(found, products.end(), isOther)) {
+        throw Failure(ERROR_INVALID_COMMAND_LINE,
+                      Quoted(name) + L" is in both catalogues: choose one with --catalogue");
+    }
+    return *found;
+}
+
+std::wstring Quoted(const std::wstring& name) {
+    return L"\"" + name + L"\"";
+}
+
 std::wstring OwnFolder() {
     std::wstring path(MAX_PATH, L'\0');
     DWORD length = 0;
@@ -114,6 +132,15 @@ std::vector<Product> Library::InstalledProducts(ULONG flags) const {
 
 std::vector<Product> Library::InstalledProductsEx(ULONG flags) const {
     return List<VersionEntry>(Bind<ListFunction>("GetInstalledProductsEx"), flags);
+}
+
+RemovalExports Library::Removal() const {
+    return {
+        Bind<decltype(&::UninstallProduct)>("UninstallProduct"),
+        Bind<decltype(&::UninstallForceAll)>("UninstallForceAll"),
+        Bind<decltype(&::UninstallAllInstalled)>("UninstallAllInstalled"),
+        Bind<decltype(&::GetProgressPercent)>("GetProgressPercent"),
+    };
 }
 
 }  // namespace host

@@ -30,8 +30,21 @@ struct Product {
 // "family" or "foreign".
 const wchar_t* CatalogueName(UninstallType type);
 
+// The product of that name. Throws a Failure if there is none, or one in either catalogue.
+const Product& FindProduct(const std::vector<Product>& products, const std::wstring& name);
+
+std::wstring Quoted(const std::wstring& name);
+
 // Folder of this program, without a backslash at the end.
 std::wstring OwnFolder();
+
+// The removing exports of the library.
+struct RemovalExports {
+    decltype(&::UninstallProduct) uninstallProduct;
+    decltype(&::UninstallForceAll) uninstallForceAll;
+    decltype(&::UninstallAllInstalled) uninstallAllInstalled;
+    decltype(&::GetProgressPercent) getProgressPercent;
+};
 
 // The product-removal library beside this program. Every failure is thrown as a Failure.
 class Library {
@@ -44,6 +57,8 @@ public:
     std::vector<Product> InstalledProducts(ULONG flags) const;
     // With the parameters of each version.
     std::vector<Product> InstalledProductsEx(ULONG flags) const;
+
+    RemovalExports Removal() const;
 
 private:
     template <typename Function>

@@ -65,6 +65,9 @@ void LogControl::Start(const LogSettings& settings) const {
     Require<decltype(&::LogSetMode)>("LogSetMode", settings.mode);
     Require<decltype(&::LogSetPath)>("LogSetPath", settings.file.c_str());
     Require<decltype(&::LogSetLevel)>("LogSetLevel", settings.level);
+    if (settings.mode == LOG_MODE_NEW) {
+        Require<decltype(&::LogSetMaxSize)>("LogSetMaxSize", DWORD{0});  // to be read as a whole
+    }
     const auto write = Find<decltype(&::LogWrite)>("LogWrite");
     if (write == nullptr || FAILED(WriteHeading(write, L"%s", settings.heading.c_str()))) {
         throw Failure(ERROR_INSTALL_FAILURE, L"the log file " + settings.file + L" cannot be written");

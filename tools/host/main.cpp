@@ -6,11 +6,13 @@
 #include <vector>
 
 #include "command_line.h"
+#include "explain.h"
 #include "failure.h"
 #include "library.h"
 #include "list.h"
 #include "log_control.h"
 #include "output.h"
+#include "remove.h"
 #include "text.h"
 
 namespace host {
@@ -18,13 +20,12 @@ namespace host {
 namespace {
 
 int RunCommand(const Options& options, Output& out) {
+    if (options.command == Command::Explain) {
+        return RunExplain(options, out);
+    }
     const LogControl log(options.log);
     const Library library;
-    switch (options.command) {
-        case Command::List:
-            return RunList(options, library, out);
-    }
-    return ERROR_INVALID_COMMAND_LINE;
+    return options.command == Command::List ? RunList(options, library, out) : RunRemove(options, library, out);
 }
 
 int Run(const std::vector<std::wstring>& arguments) {

@@ -1,0 +1,145 @@
+#include <doctest/doctest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "support/registry_sandbox.h"
+#include "tool_folder.h"
+
+namespace {
+
+using nlohmann::json;
+
+std::string Narrow(const std::wstring& text) {
+    return {text.begin(), text.end()};  // ASCII paths of the tests
+}
+
+// A tool with one foreign product P, its script, and things for the script to find.
+class Subject {
+public:
+    explicit Subject(const std::string& version = "") {
+        tool.Catalogue(L"products.xml", "");
+        tool.Catalogue(L"detection.xml", "<product name=\"Q\" file=\"q.xml\"/><product name=\"P\" file=\"p.xml\">" +
+                                             version + "</product><product name=\"R\" file=\"q.xml\"/>");
+    }
+
+    void Script(const std::string& mode, const std::string& sections) const {
+        tool.Write(L"extern\\p.xml", "<uninstall_information><version_list><none/><v/></version_list><v " + mode +
+                                         "><install_folder name=\"none\"/><win_nt>" + sections +
+                                         "</win_nt></v></uninstall_information>");
+    }
+
+    json Explain() const {
+        const ToolRun run = tool.Run(L"explain P --json");
+        REQUIRE(run.code == ERROR_SUCCESS);
+        return json::parse(run.out);
+    }
+
+    ToolFolder tool;
+    TempFolder files;
+    RegistrySandbox registry;
+};
+
+std::vector<std::string> Presences(const json& section) {
+    std::vector<std::string> presences;
+    for (const json& element : section.at("elements")) {
+        presences.push_back(element.at("presence"));
+    }
+    return presences;
+}
+
+using Texts = std::vector<std::string>;
+
+}  // namespace
+
+TEST_CASE("explain tells of each section its score, its minimum and which elements were found") {
+    const Subject subject;
+    const std::string there = Narrow(subject.files.WriteFile(L"there"));
+    const std::string gone = Narrow(subject.files.Path(L"gone"));
+    subject.registry.SetString(L"", L"value", L"text", UnderWow64() ? View::Bits64 : View::Default);
+    const std::string key = Narrow(subject.registry.Path());
+    const std::string value = "<e key_path=\"" + key + "\" name=\"value\"/>";
+    const std::string noValue = "<e key_path=\"" + key + "\" name=\"other\" score=\"3\"/>";
+    subject.Script("mandatory_sections=\"any\"",
+                   "<s op_code=\"exec_tool\"><e tool_name=\"x\"/></s>"
+                   "<s op_code=\"del_file\" minimum_score=\"7\"><e name=\"" +
+                       there + "\" score=\"4\"/><e name=\"" + gone + "\" score=\"5\"/><e name=\"" + there +
+                       "\" mandatory=\"YES\"/></s>"
+                       "<s op_code=\"del_regvalue\" minimum_score=\"1\">" +
+                       value + value +
+                       "</s>"
+                       "<s op_code=\"del_regvalue\" minimum_score=\"1\">" +
+                       noValue +
+                       "</s>"
+                       "<s op_code=\"del_regvalue\" minimum_score=\"2\">" +
+                       noValue + value + "</s>");
+    const json told = subject.Explain();
+    CHECK(told.at("installed") == true);
+    CHECK(told.at("messages") == json::array({"the xml doesn't have <none>"}));
+    const json version = told.at("versions").at(0);
+    CHECK(version.at("name") == "v");
+    CHECK(version.at("installed") == true);
+    const json sections = version.at("sections");
+    REQUIRE(sections.size() == 4);
+    CHECK(sections.at(0).at("score") == 5);
+    CHECK(sections.at(0).at("minimum") == 7);
+    CHECK(sections.at(0).at("passed") == false);
+    CHECK(Presences(sections.at(0)) == Texts{"found", "not_found", "found"});
+    CHECK(sections.at(0).at("elements").at(1).at("score") == 5);
+    CHECK(sections.at(0).at("elements").at(1).at("reasons").size() == 1);
+    CHECK(sections.at(0).at("elements").at(2).at("mandatory") == true);
+    // Of values the library says nothing: the sum decides, where it can.
+    CHECK(Presences(sections.at(1)) == Texts{"found", "found"});
+    CHECK(sections.at(1).at("passed") == true);
+    CHECK(Presences(sections.at(2)) == Texts{"not_found"});
+    CHECK(Presences(sections.at(3)) == Texts{"unclear", "unclear"});
+}
+
+TEST_CASE("explain tells where judging ended") {
+    const Subject subject;
+    const std::string there = Narrow(subject.files.WriteFile(L"there"));
+    const std::string gone = Narrow(subject.files.Path(L"gone"));
+    SUBCASE("a mandatory element is missing, and no later section was looked at") {
+        subject.Script("mandatory_sections=\"all\"", "<s op_code=\"del_file\"><e name=\"" + gone +
+                                                         "\" mandatory=\"yes\"/><e name=\"" + there +
+                                                         "\"/></s><s op_code=\"del_file\"/>");
+        const json version = subject.Explain().at("versions").at(0);
+        CHECK(version.at("installed") == false);
+        CHECK(version.at("sections").size() == 1);
+        const json section = version.at("sections").at(0);
+        CHECK(section.at("mandatory_failed") == true);
+        CHECK(section.at("score").is_null());
+        CHECK(Presences(section) == Texts{"not_found"});
+    }
+    SUBCASE("a comment breaks a section off") {
+        subject.Script("", "<s op_code=\"del_file\"><e name=\"" + there + "\"/><!-- c --></s>");
+        const json version = subject.Explain().at("versions").at(0);
+        const json section = version.at("sections").at(0);
+        CHECK(section.at("score").is_null());
+        CHECK(section.at("mandatory_failed") == false);
+        CHECK(Presences(section) == Texts{"found", "not_judged"});
+        CHECK(section.at("messages").size() == 1);
+    }
+    SUBCASE("the script does not load") {
+        const json told = subject.Explain();
+        CHECK(told.at("installed") == false);
+        CHECK(told.at("versions").empty());
+        CHECK(told.at("messages").size() == 1);
+    }
+}
+
+TEST_CASE("explain tells which registry keys were found and which were not") {
+    const RegistrySandbox registry;
+    registry.SetString(L"here\\UpdateLocation", L"v", L"");
+    const std::string key = Narrow(registry.Path());
+    const Subject subject("<v name=\"1\" keypath=\"" + key + "\\gone\" keyvalue=\"v\"/>" + "<v name=\"2\" keypath=\"" +
+                          key + "\\here\" keyvalue=\"v\"/>");
+    const json registryTold = subject.Explain().at("registry");
+    CHECK(registryTold.at("found") == json::array({"UpdateLocation"}));
+    REQUIRE(registryTold.at("missing").size() >= 1);
+    CHECK(registryTold.at("missing").at(0) ==
+          json({{"name", Narrow(registry.Subkey(L"gone\\UpdateLocation"))}, {"error", "0x2"}}));
+    const ToolRun text = subject.tool.Run(L"explain P");
+    CHECK(text.out.find("\"P\" (foreign) counts as installed.\r\n") == 0);
+    CHECK(subject.tool.Run(L"explain nothing").code == ERROR_UNKNOWN_PRODUCT);
+    CHECK(subject.tool.Run(L"explain").code == ERROR_INVALID_COMMAND_LINE);
+}

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <prodrm.h>
+
+#include <string>
+#include <vector>
+
+#include "command_line.h"
+#include "library.h"
+
+namespace host {
+
+// One call of the library.
+struct RemovalStep {
+    RemovalScope scope;
+    UninstallType type;
+    std::wstring name;  // of a single product
+    bool force;         // of a single product: installed or not
+};
+
+struct RemovalTarget {
+    Product product;
+    bool installed;
+};
+
+// What a removal is about to do.
+struct RemovalPlan {
+    std::vector<RemovalStep> steps;
+    std::vector<RemovalTarget> targets;
+    std::vector<std::wstring> notes;  // what may go beyond the targets
+};
+
+// Throws a Failure with ERROR_UNKNOWN_PRODUCT if a product is unknown, or not installed and not forced.
+RemovalPlan MakePlan(const Options& options, const Library& library);
+
+}  // namespace host
