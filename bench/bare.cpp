@@ -61,6 +61,8 @@ void BareDeleteTree(const std::wstring& folder) {
 }
 
 void BareDeleteKey(HKEY hive, const std::wstring& subkey, REGSAM view) {
+    static const auto deleteInView = reinterpret_cast<LONG(WINAPI*)(HKEY, LPCWSTR, REGSAM, DWORD)>(
+        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"advapi32.dll"), "RegDeleteKeyExW")));
     HKEY key = nullptr;
     if (::RegOpenKeyExW(hive, subkey.c_str(), 0, KEY_ALL_ACCESS | view, &key) != ERROR_SUCCESS) {
         return;
@@ -68,6 +70,9 @@ void BareDeleteKey(HKEY hive, const std::wstring& subkey, REGSAM view) {
     std::vector<std::wstring> values;
     std::vector<std::wstring> subkeys;
     wchar_t name[256];
+    DWORD longest = 0;
+    ::RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &longest, nullptr, nullptr,
+                       nullptr);
     for (DWORD index = 0, length = 256;
          ::RegEnumValueW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
          ++index, length = 256) {
@@ -76,6 +81,8 @@ void BareDeleteKey(HKEY hive, const std::wstring& subkey, REGSAM view) {
     for (const std::wstring& value : values) {
         ::RegDeleteValueW(key, value.c_str());
     }
+    ::RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, &longest, nullptr, nullptr, nullptr, nullptr, nullptr,
+                       nullptr);
     for (DWORD index = 0, length = 256;
          ::RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
          ++index, length = 256) {
@@ -85,7 +92,7 @@ void BareDeleteKey(HKEY hive, const std::wstring& subkey, REGSAM view) {
         BareDeleteKey(hive, subkey + L'\\' + child, view);
     }
     ::RegCloseKey(key);
-    ::RegDeleteKeyW(hive, subkey.c_str());
+    deleteInView(hive, subkey.c_str(), view, 0);
 }
 
 bool BareOpenKey(HKEY hive, const std::wstring& subkey, REGSAM access) {

@@ -16,7 +16,8 @@ ComPtr<IXMLDOMDocument> BareLoadText(const std::wstring& text);
 // FindFirst/FindNext, SetFileAttributes, DeleteFile, RemoveDirectory over a tree.
 void BareDeleteTree(const std::wstring& folder);
 
-// Enumerates values and subkeys into lists, deletes the values, goes down, deletes the key.
+// Asks for the longest names, enumerates values and subkeys into lists, deletes the values, goes down, deletes the
+// key: a snapshot needs the sizes, since nothing else bounds a name.
 void BareDeleteKey(HKEY hive, const std::wstring& subkey, REGSAM view);
 
 // Opens and closes; false if the key is not there.

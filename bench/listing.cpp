@@ -141,7 +141,7 @@ double InstalledFamilyBare() {
 std::string Script(const TempFolder& machine, const RegistrySandbox& sandbox) {
     std::string text =
         "<uninstall_information><version_list><v1/></version_list><v1 mandatory_sections=\"any\">"
-        "<install_folder name=\"prodrm-bench\"/><win_nt><s op_code=\"del_file\" minimum_score=\"1\">";
+        "<win_nt><s op_code=\"del_file\" minimum_score=\"1\">";
     for (int index = 0; index < kElements / 2; ++index) {
         text += "<e name=\"" + Narrow(machine.Path(std::to_wstring(index))) + "\"/>";
     }

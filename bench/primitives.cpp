@@ -92,7 +92,10 @@ double DeleteKeys() {
 double DeleteKeysBare() {
     const RegistrySandbox sandbox;
     MakeKeys(sandbox);
-    return Seconds([&] { BareDeleteKey(HKEY_LOCAL_MACHINE, sandbox.Subkey(L"tree"), KEY_WOW64_64KEY); });
+    const double seconds =
+        Seconds([&] { BareDeleteKey(HKEY_LOCAL_MACHINE, sandbox.Subkey(L"tree"), KEY_WOW64_64KEY); });
+    Require(sandbox.Dump(View::Bits64).empty(), "the keys stand");
+    return seconds;
 }
 
 double CheckKeys() {

@@ -29,8 +29,7 @@ std::string Narrow(const std::wstring& text) {
 
 const char kCatalogue[] =
     "<uninstall_information><product name=\"product\" file=\"product.xml\"/></uninstall_information>";
-const char kScriptBegin[] =
-    "<uninstall_information><version_list><v1/></version_list><v1><install_folder name=\"prodrm-bench\"/><win_nt>";
+const char kScriptBegin[] = "<uninstall_information><version_list><v1/></version_list><v1><win_nt>";
 const char kScriptEnd[] = "</win_nt></v1></uninstall_information>";
 
 // The thing to remove: a tree of files, a tree of keys and a folder of links.

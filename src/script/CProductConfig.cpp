@@ -20,7 +20,7 @@ constexpr std::size_t kAppPathChars = 131;  // what CRegKeyHelper::GetValue asks
 std::wstring Describe(const OperationAttributes& attributes) {
     std::wstring line;
     for (const auto& [name, value] : attributes) {
-        line += name + L" = \"" + value + L"\"; ";
+        line.append(name).append(L" = \"").append(value).append(L"\"; ");
     }
     return line;
 }
