@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -95,17 +96,24 @@ consteval FunctionName CallerName(std::string_view pretty) {
         }
     }
     pretty = pretty.substr(0, end);
-    pretty = pretty.substr(pretty.rfind(' ') + 1);
-    while (pretty.starts_with('*') || pretty.starts_with('&')) {
-        pretty.remove_prefix(1);
+    // Backwards to the blank in front of the name; template arguments are left out.
+    std::string cut;
+    int depth = 0;
+    for (auto at = pretty.rbegin(); at != pretty.rend() && (depth > 0 || *at != ' '); ++at) {
+        depth += *at == '>' ? 1 : 0;
+        if (depth == 0) {
+            cut.insert(cut.begin(), *at);
+        }
+        depth -= *at == '<' ? 1 : 0;
     }
+    cut.erase(0, cut.find_first_not_of("*&"));
     constexpr std::string_view kUnnamed = "{anonymous}::";
-    if (const std::size_t at = pretty.rfind(kUnnamed); at != std::string_view::npos) {
-        pretty = pretty.substr(at + kUnnamed.size());
+    if (const std::size_t at = cut.rfind(kUnnamed); at != std::string::npos) {
+        cut.erase(0, at + kUnnamed.size());
     }
     FunctionName name = {};
-    for (std::size_t i = 0; i < pretty.size(); ++i) {
-        name.text[i] = static_cast<wchar_t>(pretty[i]);
+    for (std::size_t i = 0; i < cut.size(); ++i) {
+        name.text[i] = static_cast<wchar_t>(cut[i]);
     }
     return name;
 }
