@@ -67,9 +67,16 @@ EntryPointPatch::EntryPointPatch(const char* name, void* replacement)
     if (g_entryPoints.empty()) {
         g_getProcAddress = m_patch.Original<decltype(g_getProcAddress)>();
     }
+    if (const auto outer = g_entryPoints.find(m_name); outer != g_entryPoints.end()) {
+        m_outer = outer->second;
+    }
     g_entryPoints[m_name] = replacement;
 }
 
 EntryPointPatch::~EntryPointPatch() {
-    g_entryPoints.erase(m_name);
+    if (m_outer) {
+        g_entryPoints[m_name] = *m_outer;
+    } else {
+        g_entryPoints.erase(m_name);
+    }
 }

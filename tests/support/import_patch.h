@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <optional>
 #include <string>
 
 // Swaps one entry of a module's import table for a scope. Several patches of one entry end in reverse order.
@@ -39,4 +40,5 @@ public:
 private:
     std::string m_name;
     ImportPatch m_patch;
+    std::optional<void*> m_outer;  // what an enclosing scope answers for the same name
 };
