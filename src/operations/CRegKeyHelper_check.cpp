@@ -27,9 +27,7 @@ OperationResult CRegKeyHelper::CheckKey(const std::wstring& path, bool x32view) 
 OperationResult CRegKeyHelper::CheckKey(HKEY hive, const std::wstring& subkey, bool x32view) {
     LogStart(CALLER, hive, subkey);
     OwnedRegKey key;
-    const LONG error = OpenKey(hive, subkey, x32view, key);
-    if (error != ERROR_SUCCESS) {
-        LOG(kError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), error);
+    if (!OpenKeyOrLog(CALLER, hive, subkey, x32view, key)) {
         return _ERROR_NOT_FOUND;
     }
     return _ERROR_SUCCESS;
@@ -52,15 +50,11 @@ OperationResult CRegKeyHelper::CheckKeySearch(HKEY base, const std::wstring& sub
                                               const std::vector<std::wstring>& search, bool complete, bool x32view) {
     LogStart(CALLER, base, subkey);
     OwnedRegKey key;
-    LONG error = OpenKey(base, subkey, x32view, key);
-    if (error != ERROR_SUCCESS) {
-        LOG(kError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), error);
+    if (!OpenKeyOrLog(CALLER, base, subkey, x32view, key)) {
         return _ERROR_NOT_FOUND;
     }
     LongestEntries longest;
-    error = longest.Read(key.Get());
-    if (error != ERROR_SUCCESS) {
-        LOG(kError, L"RegQueryInfoKey \"%s\" failed 0x%x", subkey.c_str(), error);
+    if (!ReadLongestOrLog(CALLER, key.Get(), subkey, longest)) {
         return _ERROR_UNKNOWN;
     }
     const Found found = SearchValues(CALLER, key.Get(), subkey, longest, search, complete, nullptr);
@@ -69,7 +63,7 @@ OperationResult CRegKeyHelper::CheckKeySearch(HKEY base, const std::wstring& sub
     }
     SubkeyEnumeration subkeys(key.Get(), longest);
     for (;;) {
-        error = subkeys.Next();
+        const LONG error = subkeys.Next();
         if (error == ERROR_NO_MORE_ITEMS) {
             return _ERROR_SUCCESS;
         }

@@ -26,17 +26,7 @@ bool IsUsedValue(IUsed* used, const std::wstring& keyPath, const std::wstring& n
     return used != nullptr && used->IsUsedRegValue(keyPath, name, x32view);
 }
 
-// Null, with a line, for a handle that is no hive.
-const wchar_t* RequireHiveName(const wchar_t* caller, HKEY hive, const std::wstring& subkey) {
-    const wchar_t* const name = HiveName(hive);
-    if (name == nullptr) {
-        LOG_AS(caller, kWarning, L"can't delete unknown hkey=0x%x, subkey=\"%s\"",
-               static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(hive)), subkey.c_str());
-    } else {
-        LOG_AS(caller, kInfo, L"\"%s\" \\ \"%s\"", name, subkey.c_str());
-    }
-    return name;
-}
+constexpr HiveTexts kTexts = {L"can't delete unknown hkey=0x%x, subkey=\"%s\"", L"\"%s\" \\ \"%s\""};
 
 // What deletion is about: one key in one view.
 struct Target {
@@ -130,7 +120,7 @@ OperationResult CRegKeyHelper::DeleteKey(const std::wstring& path, bool x32view,
 
 OperationResult CRegKeyHelper::DeleteKey(HKEY hive, const std::wstring& subkey, bool x32view, IUsed* used,
                                          bool* usedFlag) {
-    const wchar_t* const hiveName = RequireHiveName(CALLER, hive, subkey);
+    const wchar_t* const hiveName = RequireHiveName(CALLER, kTexts, hive, subkey);
     if (hiveName == nullptr) {
         return _ERROR_FAILED;
     }
@@ -141,9 +131,7 @@ OperationResult CRegKeyHelper::DeleteKey(HKEY hive, const std::wstring& subkey, 
         return _ERROR_SUCCESS;
     }
     OwnedRegKey key;
-    LONG error = OpenKey(hive, subkey, x32view, key);
-    if (error != ERROR_SUCCESS) {
-        LOG(kError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), error);
+    if (!OpenKeyOrLog(CALLER, hive, subkey, x32view, key)) {
         return _ERROR_NOT_FOUND;
     }
     bool keptSomething = false;
@@ -155,7 +143,7 @@ OperationResult CRegKeyHelper::DeleteKey(HKEY hive, const std::wstring& subkey, 
     if (usedFlag != nullptr && keptSomething) {
         return _ERROR_SUCCESS;
     }
-    error = DeleteKeyEx(hive, subkey, FullAccess(x32view));
+    const LONG error = DeleteKeyEx(hive, subkey, FullAccess(x32view));
     if (error != ERROR_SUCCESS) {
         LOG(kError, L"DeleteKeyEx \"%s\" \\ \"%s\" failed 0x%x", hiveName, subkey.c_str(), error);
         return _ERROR_FAILED;
@@ -193,7 +181,7 @@ OperationResult CRegKeyHelper::DeleteValue(const std::wstring& path, const std::
 
 OperationResult CRegKeyHelper::DeleteValue(HKEY hive, const std::wstring& subkey, const std::wstring& nameOrPattern,
                                            bool x32view, IUsed* used, bool* usedFlag) {
-    const wchar_t* const hiveName = RequireHiveName(CALLER, hive, subkey);
+    const wchar_t* const hiveName = RequireHiveName(CALLER, kTexts, hive, subkey);
     if (hiveName == nullptr) {
         return _ERROR_FAILED;
     }

@@ -7,17 +7,7 @@
 
 namespace {
 
-// Null, with a line, for a handle that is no hive.
-const wchar_t* RequireHiveName(const wchar_t* caller, HKEY hive, const std::wstring& subkey) {
-    const wchar_t* const name = HiveName(hive);
-    if (name == nullptr) {
-        LOG_AS(caller, kWarning, L"can't expand unknown hkey=0x%x, subkey=\"%s\"",
-               static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(hive)), subkey.c_str());
-    } else {
-        LOG_AS(caller, kInfo, L"\"%s\" \\ \"%s\"", name, subkey.c_str());
-    }
-    return name;
-}
+constexpr HiveTexts kTexts = {L"can't expand unknown hkey=0x%x, subkey=\"%s\"", L"\"%s\" \\ \"%s\""};
 
 RegistryEntry EntryBelow(const std::wstring& base, const std::wstring& name, bool x32view) {
     RegistryEntry entry = {base, x32view};
@@ -41,14 +31,12 @@ OperationResult CRegKeyHelper::ExpandKey(const std::wstring& path, bool x32view,
 
 OperationResult CRegKeyHelper::ExpandKey(HKEY hive, const std::wstring& subkey, bool x32view,
                                          std::vector<RegistryEntry>& keys, std::vector<RegistryEntry>& values) {
-    const wchar_t* const hiveName = RequireHiveName(CALLER, hive, subkey);
+    const wchar_t* const hiveName = RequireHiveName(CALLER, kTexts, hive, subkey);
     if (hiveName == nullptr) {
         return _ERROR_FAILED;
     }
     OwnedRegKey key;
-    const LONG error = OpenKey(hive, subkey, x32view, key);
-    if (error != ERROR_SUCCESS) {
-        LOG(kError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), error);
+    if (!OpenKeyOrLog(CALLER, hive, subkey, x32view, key)) {
         return _ERROR_NOT_FOUND;
     }
     const std::wstring base = FullKeyPath(hiveName, subkey);
@@ -94,20 +82,16 @@ OperationResult CRegKeyHelper::ExpandKeySearch(const std::wstring& path, const s
 OperationResult CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& subkey,
                                                const std::vector<std::wstring>& search, bool complete, bool x32view,
                                                std::vector<RegistryEntry>& keys, std::vector<RegistryEntry>& values) {
-    const wchar_t* const hiveName = RequireHiveName(CALLER, hive, subkey);
+    const wchar_t* const hiveName = RequireHiveName(CALLER, kTexts, hive, subkey);
     if (hiveName == nullptr) {
         return _ERROR_FAILED;
     }
     OwnedRegKey key;
-    LONG error = OpenKey(hive, subkey, x32view, key);
-    if (error != ERROR_SUCCESS) {
-        LOG(kError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), error);
+    if (!OpenKeyOrLog(CALLER, hive, subkey, x32view, key)) {
         return _ERROR_NOT_FOUND;
     }
     LongestEntries longest;
-    error = longest.Read(key.Get());
-    if (error != ERROR_SUCCESS) {
-        LOG(kError, L"RegQueryInfoKey \"%s\" failed 0x%x", subkey.c_str(), error);
+    if (!ReadLongestOrLog(CALLER, key.Get(), subkey, longest)) {
         return _ERROR_UNKNOWN;
     }
     constexpr logging::LogFormat<> kRetry = L"RegEnumValue ERROR_MORE_DATA";
@@ -121,7 +105,11 @@ OperationResult CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& su
         return _ERROR_UNKNOWN;
     }
     SubkeyEnumeration subkeys(key.Get(), longest);
-    while ((error = subkeys.Next()) != ERROR_NO_MORE_ITEMS) {
+    for (;;) {
+        const LONG error = subkeys.Next();
+        if (error == ERROR_NO_MORE_ITEMS) {
+            return _ERROR_SUCCESS;
+        }
         if (error == ERROR_MORE_DATA) {
             LOG(kInfo, L"RegEnumKeyEx ERROR_MORE_DATA");
             continue;
@@ -136,7 +124,6 @@ OperationResult CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& su
             LOG(kWarning, L"ExpandKeySearch \"%s\" \\ \"%s\" failed %s", hiveName, child.c_str(), ResultName(result));
         }
     }
-    return _ERROR_SUCCESS;
 }
 
 OperationResult CRegKeyHelper::ExpandValue(const std::wstring& path, const std::wstring& nameOrPattern, bool x32view,
@@ -150,7 +137,7 @@ OperationResult CRegKeyHelper::ExpandValue(const std::wstring& path, const std::
 
 OperationResult CRegKeyHelper::ExpandValue(HKEY hive, const std::wstring& subkey, const std::wstring& nameOrPattern,
                                            bool x32view, std::vector<RegistryEntry>& values) {
-    const wchar_t* const hiveName = RequireHiveName(CALLER, hive, subkey);
+    const wchar_t* const hiveName = RequireHiveName(CALLER, kTexts, hive, subkey);
     if (hiveName == nullptr) {
         return _ERROR_FAILED;
     }

@@ -5,6 +5,19 @@
 #include "operations/CRegKeyHelper.h"
 #include "operations/registry_walk.h"
 
+namespace {
+
+// Values that cannot be read to the end hold no match.
+bool HoldsMatch(HKEY key, const std::vector<std::wstring>& search, bool complete) {
+    std::vector<RegValueEntry> values;
+    return CRegKeyHelper::GetValues(key, values) == _ERROR_SUCCESS &&
+           std::any_of(values.begin(), values.end(), [&](const RegValueEntry& value) {
+               return DataMatches(value.type, value.data, search, complete);
+           });
+}
+
+}  // namespace
+
 OperationResult CRegKeyHelper::DelKeySearch(const std::wstring& path, const std::vector<std::wstring>& search,
                                             bool complete, bool x32view, IUsed* used) {
     LOG(kInfo, L"path = \"%s\"", path.c_str());
@@ -22,27 +35,18 @@ OperationResult CRegKeyHelper::DelKeySearch(const std::wstring& path, const std:
 OperationResult CRegKeyHelper::DelKeySearch(HKEY hive, const std::wstring& subkey,
                                             const std::vector<std::wstring>& search, bool complete, bool x32view,
                                             IUsed* used, bool* usedFlag) {
-    const wchar_t* const hiveName = HiveName(hive);
-    if (hiveName == nullptr) {
-        LOG(kWarning, L"DelKeySearch unknown hkey=0x%x, subkey=\"%s\"",
-            static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(hive)), subkey.c_str());
+    constexpr HiveTexts kTexts = {L"DelKeySearch unknown hkey=0x%x, subkey=\"%s\"", L"DelKeySearch \"%s\" \\ \"%s\""};
+    if (RequireHiveName(CALLER, kTexts, hive, subkey) == nullptr) {
         return _ERROR_FAILED;
     }
-    LOG(kInfo, L"DelKeySearch \"%s\" \\ \"%s\"", hiveName, subkey.c_str());
     OwnedRegKey key;
-    const LONG error = OpenKey(hive, subkey, x32view, key);
-    if (error != ERROR_SUCCESS) {
-        LOG(kError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), error);
+    if (!OpenKeyOrLog(CALLER, hive, subkey, x32view, key)) {
         return _ERROR_NOT_FOUND;
     }
     if (usedFlag != nullptr) {
         *usedFlag = false;
     }
-    std::vector<RegValueEntry> values;
-    if (GetValues(key.Get(), values) == _ERROR_SUCCESS &&
-        std::any_of(values.begin(), values.end(), [&](const RegValueEntry& value) {
-            return DataMatches(value.type, value.data, search, complete);
-        })) {
+    if (HoldsMatch(key.Get(), search, complete)) {
         key.Reset();
         return DeleteKey(hive, subkey, x32view, used, usedFlag);
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "foundation/CSplitKeyPath.h"
 #include "foundation/path.h"
 #include "foundation/registry_access.h"
 
@@ -62,6 +63,32 @@ LONG SubkeyEnumeration::Next() {
 
 LONG OpenKey(HKEY base, const std::wstring& subkey, bool x32view, OwnedRegKey& key) {
     return ::RegOpenKeyExW(base, subkey.c_str(), 0, FullAccess(x32view), key.Put());
+}
+
+bool OpenKeyOrLog(const wchar_t* caller, HKEY base, const std::wstring& subkey, bool x32view, OwnedRegKey& key) {
+    const LONG error = OpenKey(base, subkey, x32view, key);
+    if (error != ERROR_SUCCESS) {
+        LOG_AS(caller, kError, L"RegOpenKeyEx \"%s\" failed 0x%x", subkey.c_str(), error);
+    }
+    return error == ERROR_SUCCESS;
+}
+
+const wchar_t* RequireHiveName(const wchar_t* caller, const HiveTexts& texts, HKEY hive, const std::wstring& subkey) {
+    const wchar_t* const name = HiveName(hive);
+    if (name == nullptr) {
+        LOG_AS(caller, kWarning, texts.unknown, static_cast<DWORD>(reinterpret_cast<ULONG_PTR>(hive)), subkey.c_str());
+    } else {
+        LOG_AS(caller, kInfo, texts.opening, name, subkey.c_str());
+    }
+    return name;
+}
+
+bool ReadLongestOrLog(const wchar_t* caller, HKEY key, const std::wstring& subkey, LongestEntries& longest) {
+    const LONG error = longest.Read(key);
+    if (error != ERROR_SUCCESS) {
+        LOG_AS(caller, kError, L"RegQueryInfoKey \"%s\" failed 0x%x", subkey.c_str(), error);
+    }
+    return error == ERROR_SUCCESS;
 }
 
 bool DataMatches(DWORD type, const std::wstring& data, const std::vector<std::wstring>& search, bool complete) {

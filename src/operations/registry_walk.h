@@ -66,11 +66,26 @@ private:
 // Opens a key with full access in the view that `x32view` asks for. The platform's code.
 LONG OpenKey(HKEY base, const std::wstring& subkey, bool x32view, OwnedRegKey& key);
 
+// The same; a failure is logged in the caller's name.
+bool OpenKeyOrLog(const wchar_t* caller, HKEY base, const std::wstring& subkey, bool x32view, OwnedRegKey& key);
+
+struct HiveTexts {
+    logging::LogFormat<DWORD, const wchar_t*> unknown;           // handle, subkey
+    logging::LogFormat<const wchar_t*, const wchar_t*> opening;  // long hive name, subkey
+};
+
+// Long name of the hive that an operation starts from, with its opening line; null, with a warning, for any other
+// handle.
+const wchar_t* RequireHiveName(const wchar_t* caller, const HiveTexts& texts, HKEY hive, const std::wstring& subkey);
+
 // True if a value of this type and data answers a search: text that contains, or with `complete` is, one of the
 // search texts, case included. An empty search text is contained in every text.
 bool DataMatches(DWORD type, const std::wstring& data, const std::vector<std::wstring>& search, bool complete);
 
 enum class Found { Match, Nothing, Failure };
+
+// Asks for the longest entries; a failure is logged in the caller's name with the subkey.
+bool ReadLongestOrLog(const wchar_t* caller, HKEY key, const std::wstring& subkey, LongestEntries& longest);
 
 // Reads values until one matches. A failure to enumerate is logged in the caller's name; so is, with `retryText` unless
 // it is null, each value whose buffer had to grow.
