@@ -9,10 +9,6 @@ namespace {
 
 using nlohmann::json;
 
-std::string Narrow(const std::wstring& text) {
-    return {text.begin(), text.end()};  // ASCII paths of the tests
-}
-
 // A tool with one foreign product P, its script, and things for the script to find.
 class Subject {
 public:

@@ -16,10 +16,6 @@ using nlohmann::json;
 
 const View kNative = UnderWow64() ? View::Bits64 : View::Default;
 
-std::string Narrow(const std::wstring& text) {
-    return {text.begin(), text.end()};  // ASCII paths of the tests
-}
-
 // A tool with a family of A, B and C, each marked by a key of a registry sandbox, and a foreign product F, found by a
 // file of its own.
 class Machine {

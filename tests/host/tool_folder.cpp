@@ -93,6 +93,10 @@ ToolRun ToolFolder::Run(const std::wstring& arguments) const {
     return RunProgram(Path(L"prodrm.exe"), arguments, Path({}));
 }
 
+std::string Narrow(const std::wstring& text) {
+    return {text.begin(), text.end()};
+}
+
 std::string ReadBytes(const std::wstring& path) {
     const OwnedFileHandle file(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, nullptr,
                                              OPEN_EXISTING, 0, nullptr));

@@ -37,4 +37,7 @@ private:
     TempFolder m_folder;
 };
 
+// For ASCII paths.
+std::string Narrow(const std::wstring& text);
+
 std::string ReadBytes(const std::wstring& path);

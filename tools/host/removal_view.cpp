@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <exception>
+#include <utility>
 
 #include "json.h"
 
@@ -91,8 +92,8 @@ public:
         Guarded([&] { Draw(); });
     }
     void Progress(LONG percent) noexcept override {
-        m_percent = percent;
-        if (m_isOpen) {
+        const LONG shown = std::exchange(m_percent, percent);
+        if (m_isOpen && shown != percent) {
             Guarded([&] { Draw(); });
         }
     }
@@ -104,7 +105,7 @@ public:
     }
 
 private:
-    static constexpr std::size_t kBarWidth = 30;
+    static constexpr std::size_t kBarWidth = 20;
 
     // A lack of memory costs the picture.
     template <typename Act>
@@ -121,7 +122,7 @@ private:
         std::wstring line = L"\r[" + std::wstring(full, L'#') + std::wstring(kBarWidth - full, L'.') + L"] " +
                             std::wstring(3 - percent.size(), L' ') + percent + L"% " + m_name;
         if (*m_last != L'\0') {
-            line += std::wstring(L" - ") + m_last + L" done";
+            line += std::wstring(L" - ") + m_last + L": done";
         }
         // The last column stays free: a character there would move the cursor on.
         const std::size_t columns = ConsoleColumns() - 1;

@@ -17,15 +17,15 @@ struct OperationName {
 };
 
 constexpr OperationName kOperationNames[] = {
-    {OPERATION_DISABLEANDSTOP_DRIVER, L"disableandstop_driver", L"stop drivers and services"},
-    {OPERATION_DISABLE_DRIVER, L"disable_driver", L"disable drivers and services"},
-    {OPERATION_EXEC_TOOL, L"exec_tool", L"run the product's tools"},
-    {OPERATION_KILL_PROCESS, L"kill_process", L"end processes"},
-    {OPERATION_DEL_FOLDER, L"del_folder", L"delete folders"},
-    {OPERATION_DEL_FILE, L"del_file", L"delete files"},
-    {OPERATION_DEL_SHORTCUT, L"del_shortcut", L"delete shortcuts"},
-    {OPERATION_DEL_REGKEY, L"del_regkey", L"delete registry keys"},
-    {OPERATION_DEL_REGVALUE, L"del_regvalue", L"delete registry values"},
+    {OPERATION_DISABLEANDSTOP_DRIVER, L"disableandstop_driver", L"stopping services"},
+    {OPERATION_DISABLE_DRIVER, L"disable_driver", L"disabling services"},
+    {OPERATION_EXEC_TOOL, L"exec_tool", L"running tools"},
+    {OPERATION_KILL_PROCESS, L"kill_process", L"ending processes"},
+    {OPERATION_DEL_FOLDER, L"del_folder", L"folders"},
+    {OPERATION_DEL_FILE, L"del_file", L"files"},
+    {OPERATION_DEL_SHORTCUT, L"del_shortcut", L"shortcuts"},
+    {OPERATION_DEL_REGKEY, L"del_regkey", L"registry keys"},
+    {OPERATION_DEL_REGVALUE, L"del_regvalue", L"registry values"},
 };
 
 // Shows a running removal. The calls come from two threads, one at a time. Nothing here throws: the calls are made
