@@ -138,7 +138,7 @@ TEST_CASE("what a search compares") {
 TEST_CASE("enumerations grow their buffers and ask for the same entry again") {
     const RegistrySandbox sandbox;
     const RecordedLog log;
-    const Texts names = {L"a", L"b longer name", L"c"};
+    const Texts names = {L"a name", L"b name", L"c name"};
     for (const std::wstring& name : names) {
         Fill(sandbox, {L"\\=" + name, name + L"\\"});
     }
@@ -156,8 +156,7 @@ TEST_CASE("enumerations grow their buffers and ask for the same entry again") {
         CHECK(value.data == L"data");
         CHECK(value.type == REG_SZ);
     }
-    const int grown = log.Count(kInfo, L"CRegKeyHelper::GetValues", L"RegEnumValue ERROR_MORE_DATA");
-    CHECK((grown == 1 || grown == 2));
+    CHECK(log.Count(kInfo, L"CRegKeyHelper::GetValues", L"RegEnumValue ERROR_MORE_DATA") == 1);
 
     Texts found = {L"before"};
     CHECK(CRegKeyHelper::GetValues(key.Get(), found) == _ERROR_SUCCESS);
@@ -166,7 +165,7 @@ TEST_CASE("enumerations grow their buffers and ask for the same entry again") {
     CHECK(CRegKeyHelper::GetSubKeys(key.Get(), found) == _ERROR_SUCCESS);
     REQUIRE(found.size() == 7);
     std::sort(found.begin() + 1, found.begin() + 4);
-    CHECK(found == Texts{L"before", L"a", L"b longer name", L"c", L"a", L"b longer name", L"c"});
+    CHECK(found == Texts{L"before", L"a name", L"b name", L"c name", L"a name", L"b name", L"c name"});
     CHECK(log.Of(L"CRegKeyHelper::GetSubKeys").empty());
 
     Entries keys;
@@ -265,7 +264,8 @@ TEST_CASE("checks of keys") {
         CHECK(search() == _ERROR_UNKNOWN);
         faults.values = 0;
         CHECK(search() == _ERROR_UNKNOWN);
-        CHECK(CRegKeyHelper::CheckValue(sandbox.Path(L"k"), L"*", false) == _ERROR_FAILED);
+        faults.values = 1;  // what was read before does not count
+        CHECK(CRegKeyHelper::CheckValue(sandbox.Path(L"k"), L"*x", false) == _ERROR_FAILED);
         faults.queryInfo = ERROR_GEN_FAILURE;
         CHECK(search() == _ERROR_UNKNOWN);
         for (const wchar_t* call : {L"RegEnumKeyEx", L"RegEnumValue", L"RegQueryInfoKey"}) {
