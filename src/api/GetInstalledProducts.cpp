@@ -3,13 +3,9 @@
 
 #include <set>
 
-#include "api/com_rule.h"
-#include "api/exports.h"
+#include "api/listing.h"
 #include "api/result_array.h"
-#include "catalogue/CProducts.h"
 #include "foundation/log.h"
-#include "foundation/path.h"
-#include "foundation/result.h"
 
 namespace {
 
@@ -122,36 +118,13 @@ bool GetInstalledGuidsEx(const std::vector<CProductVersion>& versions, SAFEARRAY
     return true;
 }
 
+bool ReadInstalled(const CProducts& catalogue, LONG type, std::vector<CProduct>& list) {
+    return catalogue.GetInstalledProducts(list, type);
+}
+
 bool GetInstalledProductsHelper(SAFEARRAY** products, ULONG flags, bool extended) {
     LOG(kInfo, L"->");
-    const ComRule com;
-    std::wstring folder;
-    if (!CPath::GetCurrentPath(folder)) {
-        LOG(kError, L"GetCurrentPath failed");
-        return false;
-    }
-    bool ok = true;
-    ProductLists lists;
-    for (std::size_t index = 0; index < lists.size(); ++index) {
-        const Catalogue& source = kCatalogues[index];
-        if ((flags & source.flag) == 0) {
-            continue;
-        }
-        std::wstring path = folder;
-        PathJoin(path, source.file);
-        CProducts catalogue;
-        if (!catalogue.Load(path, source.type, nullptr)) {
-            LOG(kError, source.notLoaded, path.c_str());
-            ok = false;
-        } else if (ok) {
-            ok = catalogue.GetInstalledProducts(lists[index], source.type);
-        }
-    }
-    if (!ok) {
-        LOG(kInfo, L"<- %s", BoolName(false));
-        return false;
-    }
-    return MakeProductArray(CALLER, lists, extended ? &GetInstalledGuidsEx : &GetInstalledGuids, products);
+    return AnswerListing(CALLER, products, flags, &ReadInstalled, extended ? &GetInstalledGuidsEx : &GetInstalledGuids);
 }
 
 }  // namespace

@@ -34,28 +34,3 @@ void EndResultArrayAccess(const wchar_t* caller, SAFEARRAY* array) {
         LOG_AS(caller, kError, L"SafeArrayUnaccessData failed 0x%x", hr);
     }
 }
-
-bool MakeProductArray(const wchar_t* caller, const ProductLists& lists, GuidsReader readGuids, SAFEARRAY** products) {
-    std::size_t count = 0;
-    for (const std::vector<CProduct>& list : lists) {
-        count += list.size();
-    }
-    void* data = nullptr;
-    if (!MakeResultArray(caller, products, sizeof(ProductEntry), static_cast<ULONG>(count), &data)) {
-        return false;
-    }
-    auto* entry = static_cast<ProductEntry*>(data);
-    for (std::size_t index = 0; index < lists.size(); ++index) {
-        for (const CProduct& product : lists[index]) {
-            entry->name = ::SysAllocString(product.Name().c_str());
-            entry->file = ::SysAllocString(product.File().c_str());
-            entry->type = static_cast<ULONG>(kCatalogues[index].type);
-            if (!readGuids(product.Versions(), &entry->guids)) {
-                entry->guids = nullptr;
-            }
-            ++entry;
-        }
-    }
-    EndResultArrayAccess(caller, *products);
-    return true;
-}

@@ -3,13 +3,6 @@
 #include <windows.h>
 #include <oaidl.h>
 
-#include <array>
-#include <iterator>
-#include <vector>
-
-#include "api/exports.h"
-#include "catalogue/CProduct.h"
-
 // The arrays that the exports hand to the host: one dimension, lower bound 0, no features. Failures are logged in the
 // caller's name.
 
@@ -19,12 +12,3 @@ bool MakeResultArray(const wchar_t* caller, SAFEARRAY** array, ULONG elementByte
 
 // A failure changes nothing.
 void EndResultArrayAccess(const wchar_t* caller, SAFEARRAY* array);
-
-// One list of products per catalogue.
-using ProductLists = std::array<std::vector<CProduct>, std::size(kCatalogues)>;
-
-// Fills `guids` of one entry from the product's versions; false leaves the entry without them.
-using GuidsReader = bool (*)(const std::vector<CProductVersion>& versions, SAFEARRAY** guids);
-
-// The array of ProductEntry over all lists; `force` stays as the allocation left it.
-bool MakeProductArray(const wchar_t* caller, const ProductLists& lists, GuidsReader readGuids, SAFEARRAY** products);

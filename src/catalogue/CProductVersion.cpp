@@ -127,8 +127,7 @@ bool CProductVersion::HasDisplayName(const std::wstring& subkey, REGSAM access) 
 bool CProductVersion::IsInstalled() const {
     HKEY hive = nullptr;
     std::wstring subkey;
-    if (!CSplitKeyPath::Split(m_keyPath, hive, subkey)) {
-        LOG(kError, L"failed split key \"%s\"", m_keyPath.c_str());
+    if (!SplitKeyPath(CALLER, hive, subkey)) {
         return false;
     }
     OwnedRegKey key;
@@ -143,8 +142,7 @@ bool CProductVersion::IsInstalled() const {
 bool CProductVersion::IsInstalled2() const {
     HKEY hive = nullptr;
     std::wstring subkey;
-    if (!CSplitKeyPath::Split(m_keyPath, hive, subkey)) {
-        LOG(kError, L"failed split key \"%s\"", m_keyPath.c_str());
+    if (!SplitKeyPath(CALLER, hive, subkey)) {
         return false;
     }
     OwnedRegKey key;
@@ -159,6 +157,14 @@ bool CProductVersion::IsInstalled2() const {
         LOG(kInfo, L"success");
     }
     return HasValue(CALLER, key.Get());
+}
+
+bool CProductVersion::SplitKeyPath(const wchar_t* caller, HKEY& hive, std::wstring& subkey) const {
+    if (!CSplitKeyPath::Split(m_keyPath, hive, subkey)) {
+        LOG_AS(caller, kError, L"failed split key \"%s\"", m_keyPath.c_str());
+        return false;
+    }
+    return true;
 }
 
 bool CProductVersion::HasValue(const wchar_t* caller, HKEY key) const {

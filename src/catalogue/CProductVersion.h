@@ -30,6 +30,7 @@ private:
     // Looks through the Uninstall key for a DisplayName equal to m_prodName and sets m_keyPath; true if any matched.
     bool SearchForProductCode();
     bool SearchView(REGSAM access);
+    bool SplitKeyPath(const wchar_t* caller, HKEY& hive, std::wstring& subkey) const;
     bool HasValue(const wchar_t* caller, HKEY key) const;
     bool HasDisplayName(const std::wstring& subkey, REGSAM access) const;
 
