@@ -111,6 +111,21 @@ function(prodrm_test_folder folder)
     endforeach()
 endfunction()
 
+# The sample hosts of the documentation, which tests/boundary runs: beside its program.
+function(prodrm_test_samples)
+    file(GLOB samples CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/docs/samples/*.c"
+         "${PROJECT_SOURCE_DIR}/docs/samples/*.cpp")
+    foreach(source IN LISTS samples)
+        cmake_path(GET source STEM name)
+        add_executable(sample_${name} "${source}")
+        set_target_properties(sample_${name} PROPERTIES
+            OUTPUT_NAME ${name}
+            RUNTIME_OUTPUT_DIRECTORY "${CMAKE_CURRENT_BINARY_DIR}/boundary")
+        target_link_libraries(sample_${name} PRIVATE prodrm oleaut32 prodrm_warnings)
+        add_dependencies(test_boundary sample_${name})
+    endforeach()
+endfunction()
+
 # Checks of the sources themselves.
 function(prodrm_lint)
     foreach(check format cppcheck shell)

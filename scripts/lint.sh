@@ -6,7 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${2:-build/release}
 
 sources() {
-    find src include tools tests bench \( -name '*.cpp' -o -name '*.h' \) -print0
+    find src include tools tests bench docs \( -name '*.cpp' -o -name '*.h' -o -name '*.c' \) -print0
 }
 
 case ${1:-} in
