@@ -9,6 +9,7 @@
 #include "foundation/dom.h"
 #include "foundation/owned.h"
 #include "foundation/path.h"
+#include "support/com_scope.h"
 #include "support/import_patch.h"
 #include "support/recorded_log.h"
 #include "support/registry_sandbox.h"
@@ -18,11 +19,6 @@
 namespace {
 
 using Lines = std::vector<std::wstring>;
-
-struct ComScope {
-    ComScope() { ::CoInitialize(nullptr); }
-    ~ComScope() { ::CoUninitialize(); }
-};
 
 Lines g_events;
 void __cdecl RecordEvent(LONG event, LONG result, LONG_PTR value) {

@@ -8,6 +8,7 @@
 
 #include "catalogue/CProductVersion.h"
 #include "foundation/dom.h"
+#include "support/com_scope.h"
 #include "support/import_patch.h"
 #include "support/recorded_log.h"
 #include "support/registry_sandbox.h"
@@ -24,11 +25,6 @@ constexpr wchar_t kSecondId[] = L"{0D3DF4E6-8A43-4A4B-9C66-6B2E5C7A1F02}";
 std::wstring KeyPath(const std::wstring& subkey) {
     return L"HKEY_LOCAL_MACHINE\\" + std::wstring(kUninstall) + subkey;
 }
-
-struct ComScope {
-    ComScope() { ::CoInitialize(nullptr); }
-    ~ComScope() { ::CoUninitialize(); }
-};
 
 // Loads the version element `xml`.
 bool Load(const std::wstring& xml, CProductVersion& version) {

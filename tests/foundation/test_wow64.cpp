@@ -60,18 +60,14 @@ struct PlayedSystem {
     EntryPointPatch info{"GetNativeSystemInfo", reinterpret_cast<void*>(&PlaySystemInfo)};
 };
 
-// The end of any CWow64 makes the next use of the process-wide one ask the system anew.
-void AskAnew() {
-    const CWow64 ended;
-}
-
 bool CanSwitch(const CWow64& wow64) {
     return wow64.Wow64DisableWow64FsRedirection() != nullptr;
 }
 
+// The end of any CWow64 makes the next use of the process-wide one ask the system anew.
 struct AskedAnew {
-    AskedAnew() { AskAnew(); }
-    ~AskedAnew() { AskAnew(); }
+    AskedAnew() { const CWow64 ended; }
+    ~AskedAnew() { const CWow64 ended; }
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include "foundation/CXMLHelper.h"
 #include "foundation/dom.h"
+#include "support/com_scope.h"
 #include "support/import_patch.h"
 #include "support/recorded_log.h"
 #include "support/show_text.h"
@@ -13,11 +14,6 @@
 namespace {
 
 using Lines = std::vector<std::wstring>;
-
-struct ComScope {
-    ComScope() { ::CoInitialize(nullptr); }
-    ~ComScope() { ::CoUninitialize(); }
-};
 
 BSTR WINAPI RefuseString(const OLECHAR*) {
     return nullptr;
