@@ -11,6 +11,7 @@
 #include "catalogue/CProducts.h"
 #include "removal/embedded_document.h"
 #include "removal/notifications.h"
+#include "removal/script.h"
 #include "support/recorded_log.h"
 #include "support/registry_sandbox.h"
 #include "support/temp_folder.h"
@@ -110,16 +111,15 @@ private:
     SAFEARRAY m_array = {};
 };
 
-// The lines of a run with these lists.
-std::string Lists(const std::string& removed, const std::string& checked) {
-    return "16 UNINSTALL LIST : |16 " + removed + "|16 CHECK LIST : |" + checked;
+// The lines of a run with these lists; `checked` is one script, or none.
+std::string Lists(const std::string& removed, const std::string& checked = {}) {
+    return "16 UNINSTALL LIST : |16 " + removed + "|16 CHECK LIST : |" +
+           (checked.empty() ? checked : "16 \"intern\\" + checked + "\"|");
 }
 
 }  // namespace
 
 TEST_CASE("a request becomes what is removed and what is asked") {
-    constexpr ULONG kFamily = 1;
-    constexpr ULONG kForeign = 2;
     const std::string nothing = "16 Nothing to uninstall|";
     const std::string noneInstalled =
         "16 There are zero installed products and you try to uninstall zero force products|";
@@ -129,31 +129,29 @@ TEST_CASE("a request becomes what is removed and what is asked") {
         std::string told;
         std::string execAll = {};
     } const rows[] = {
-        {{{L"!B", kFamily}}, L"AB", Lists("\"B\", ", "16 \"intern\\A.xml\"|") + "16 <- true|"},
-        {{{L"A", kFamily}}, L"AC", Lists("\"A\", ", "16 \"intern\\C.xml\"|") + "16 <- true|"},
+        {{{L"!B", 1}}, L"AB", Lists("\"B\", ", "A.xml")},
+        {{{L"A", 1}}, L"AC", Lists("\"A\", ", "C.xml")},
         // The last of the family takes the catalogue with it, forced names or not, unless the catalogue says false.
-        {{{L"!X", kFamily}, {L"B", kFamily}}, L"B", Lists("\"B\", \"A\", \"C\", ", "") + "16 <- true|"},
-        {{{L"B", kFamily}}, L"B", Lists("\"B\", \"A\", \"C\", ", "") + "16 <- true|", "<exec_all>False</exec_all>"},
-        {{{L"!C", kFamily}, {L"A", kFamily}}, L"A", Lists("\"A\", ", "") + "16 <- true|", "<exec_all>false</exec_all>"},
-        {{{L"A", kForeign}, {L"!C", kForeign}}, L"A", Lists("\"A\", \"C\", ", "") + "16 <- true|"},
-        {{{L"C", kForeign}}, L"ABC", Lists("\"C\", ", "") + "16 <- true|"},
+        {{{L"!X", 1}, {L"B", 1}}, L"B", Lists("\"B\", \"A\", \"C\", ")},
+        {{{L"B", 1}}, L"B", Lists("\"B\", \"A\", \"C\", "), "<exec_all>False</exec_all>"},
+        {{{L"!C", 1}, {L"A", 1}}, L"A", Lists("\"A\", "), "<exec_all>false</exec_all>"},
+        {{{L"A", 2}, {L"!C", 2}}, L"A", Lists("\"A\", \"C\", ")},
+        {{{L"C", 2}}, L"ABC", Lists("\"C\", ")},
         // Named twice, or named and forced: removed twice.
-        {{{L"A", kFamily}, {L"A", kFamily}}, L"A", Lists("\"A\", \"A\", ", "") + "16 <- true|"},
-        {{{L"!A", kFamily}, {L"A", kFamily}}, L"AB", Lists("\"A\", \"A\", ", "16 \"intern\\B.xml\"|") + "16 <- true|"},
-        {{{L"B", kFamily}, {L"a", kFamily}, {L"A", kFamily}},
+        {{{L"A", 1}, {L"A", 1}}, L"A", Lists("\"A\", \"A\", ")},
+        {{{L"!A", 1}, {L"A", 1}}, L"AB", Lists("\"A\", \"A\", ", "B.xml")},
+        {{{L"B", 1}, {L"a", 1}, {L"A", 1}},
          L"AC",
-         "4 \"B\" is not installed|4 \"a\" is not installed|" + Lists("\"A\", ", "16 \"intern\\C.xml\"|") +
-             "16 <- true|"},
-        {{{L"!X", kFamily}},
-         L"",
-         "4 the uninstall xml file doesn't provide info for \"X\"|" + Lists("", "") + "16 <- true|"},
-        {{{L"A", kFamily}}, L"", nothing + noneInstalled},
+         "4 \"B\" is not installed|4 \"a\" is not installed|" + Lists("\"A\", ", "C.xml")},
+        {{{L"!X", 1}}, L"", "4 the uninstall xml file doesn't provide info for \"X\"|" + Lists("")},
+        {{{L"A", 1}}, L"", nothing + noneInstalled},
     };
     for (const auto& row : rows) {
         const Catalogues catalogues(row.installed, row.execAll);
         Request request(row.request);
         CHECK(request.Run());
-        CHECK(catalogues.Told(L"CProducts::Uninstall") == row.told);
+        CHECK(catalogues.Told(L"CProducts::Uninstall") ==
+              row.told + (row.told.starts_with(nothing) ? "" : "16 <- true|"));
         CHECK(catalogues.Told(L"UninstallProducts").ends_with("\"|16 <- true|"));
     }
     const Catalogues catalogues(L"");
@@ -239,7 +237,7 @@ TEST_CASE("all installed products, and all of the catalogue") {
         bool restart = true;
         CHECK(::UninstallAllInstalled(2, &restart, nullptr));
         CHECK_FALSE(restart);
-        CHECK(catalogues.Told(L"CProducts::Uninstall") == Lists(row.removed, ""));
+        CHECK(catalogues.Told(L"CProducts::Uninstall") == Lists(row.removed));
         CHECK(catalogues.Told(L"CProducts::UninstallAllInstalled") ==
               "16 -> UninstallAllInstalled|16 <- UninstallAllInstalled true|");
     }

@@ -7,7 +7,6 @@
 #include <doctest/doctest.h>
 
 #include <atomic>
-#include <set>
 
 #include "removal/notifications.h"
 #include "support/registry_sandbox.h"
@@ -21,28 +20,20 @@ std::wstring Product(const std::wstring& name) {
     return std::wstring(folder) + L'\\' + name;
 }
 
-std::string Ascii(const std::wstring& text) {
-    std::string bytes;
-    for (const wchar_t unit : text) {
-        bytes += static_cast<char>(unit);
-    }
-    return bytes;
-}
-
 // A copy of the library with a catalogue of the products "One" and "Two" and with `sections` as what is removed.
 class PackedLibrary {
 public:
     explicit PackedLibrary(const std::wstring& sections) {
+        const auto quoted = [](const std::wstring& text) { return L"\"" + text + L"\""; };
         const std::wstring library = m_folder.Path(L"prodrm.dll");
         const std::wstring packer = Product(L"prodrm-pack.exe");
         REQUIRE(::CopyFileW(Product(L"prodrm.dll").c_str(), library.c_str(), FALSE));
         m_folder.WriteFile(L"products.xml",
                            "<uninstall_information><product name='One' file='one.xml'/>"
                            "<product name='Two' file='two.xml'/></uninstall_information>");
-        const std::wstring document =
-            m_folder.WriteFile(L"document.xml", "<uninstall_information><version_list><v/></version_list><v><win_nt>" +
-                                                    Ascii(sections) + "</win_nt></v></uninstall_information>");
-        REQUIRE(::_wspawnl(_P_WAIT, packer.c_str(), packer.c_str(), document.c_str(), library.c_str(), nullptr) == 0);
+        const std::wstring document = m_folder.WriteFile(L"document.xml", Utf8(Script(sections)));
+        REQUIRE(::_wspawnl(_P_WAIT, packer.c_str(), quoted(packer).c_str(), quoted(document).c_str(),
+                           quoted(library).c_str(), nullptr) == 0);
         m_module = ::LoadLibraryW(library.c_str());
         REQUIRE(m_module != nullptr);
         Notifications::Clear();
@@ -62,59 +53,19 @@ private:
     HMODULE m_module = nullptr;
 };
 
-std::wstring Section(const wchar_t* opCode, const std::wstring& attributes) {
-    return std::wstring(L"<s op_code='") + opCode + L"'><o " + attributes + L"/></s>";
-}
+// A second thread of the host, which reads the progress value until it is told to end.
+struct Poller {
+    LONG(__cdecl* read)();
+    std::atomic<LONG> seen{-1};
+    std::atomic<bool> ended{false};
 
-// A second thread of the host that reads the progress value until it is told to end.
-class Poller {
-public:
-    explicit Poller(LONG(__cdecl* read)()) : m_read(read) {
-        m_thread = ::CreateThread(nullptr, 0, &Poll, this, 0, nullptr);
-        REQUIRE(m_thread != nullptr);
-    }
-    ~Poller() {
-        Join();
-        ::CloseHandle(m_thread);
-        ::CloseHandle(m_seenAwaited);
-    }
-    Poller(const Poller&) = delete;
-    Poller& operator=(const Poller&) = delete;
-
-    // Waits until the thread has seen `value`.
-    bool Await(LONG value) {
-        m_awaited = value;
-        return ::WaitForSingleObject(m_seenAwaited, 10000) == WAIT_OBJECT_0;
-    }
-    std::set<LONG> Join() {
-        m_ended = true;
-        ::WaitForSingleObject(m_thread, INFINITE);
-        return m_seen;
-    }
-
-private:
     static DWORD WINAPI Poll(void* self) {
         Poller& poller = *static_cast<Poller*>(self);
-        while (!poller.m_ended) {
-            const LONG value = poller.m_read();
-            poller.m_seen.insert(value);
-            LONG expected = value;
-            if (poller.m_awaited.compare_exchange_strong(expected, kNothing)) {
-                ::SetEvent(poller.m_seenAwaited);
-            }
-            ::SwitchToThread();
+        while (!poller.ended) {
+            poller.seen = poller.read();
         }
         return 0;
     }
-
-    static constexpr LONG kNothing = -1;
-
-    LONG(__cdecl* m_read)();
-    HANDLE m_thread = nullptr;
-    HANDLE m_seenAwaited = ::CreateEventW(nullptr, FALSE, FALSE, nullptr);
-    std::atomic<LONG> m_awaited{kNothing};
-    std::atomic<bool> m_ended{false};
-    std::set<LONG> m_seen;
 };
 
 }  // namespace
@@ -130,15 +81,22 @@ TEST_CASE("a removal takes what the packed document names, and a second thread s
     CHECK(Notifications::readProgress() == 0);
     const HANDLE hold = ::CreateFileW(held.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
     REQUIRE(hold != INVALID_HANDLE_VALUE);
-    {
-        Poller poller(Notifications::readProgress);
-        Notifications::then = [&](const std::wstring&) { CHECK(poller.Await(Notifications::progress.back())); };
-        bool restart = false;
-        const auto uninstall = library.Export<decltype(&::UninstallForceAll)>("UninstallForceAll");
-        CHECK(uninstall(UNINSTALL_TYPE_FAMILY, &restart, &Notifications::Hear));
-        CHECK(restart);
-        CHECK(poller.Join() == std::set<LONG>{0, 30, 93, 100});
-    }
+    Poller poller{Notifications::readProgress};
+    const HANDLE thread = ::CreateThread(nullptr, 0, &Poller::Poll, &poller, 0, nullptr);
+    Notifications::then = [&](const std::wstring&) {
+        const LONG value = Notifications::progress.back();
+        for (int waited = 0; waited < 10000 && poller.seen != value; ++waited) {
+            ::Sleep(1);
+        }
+        CHECK(poller.seen == value);
+    };
+    bool restart = false;
+    const auto uninstall = library.Export<decltype(&::UninstallForceAll)>("UninstallForceAll");
+    CHECK(uninstall(UNINSTALL_TYPE_FAMILY, &restart, &Notifications::Hear));
+    CHECK(restart);
+    poller.ended = true;
+    ::WaitForSingleObject(thread, INFINITE);
+    ::CloseHandle(thread);
     ::CloseHandle(hold);
     CHECK(Notifications::events == Lines{L"0/0 2", L"13/0 One", L"14/0", L"1/0", L"3/0", L"5/0", L"6/0", L"13/0 Two",
                                          L"14/0", L"1/0", L"3/0", L"5/0", L"6/0"});
@@ -148,7 +106,7 @@ TEST_CASE("a removal takes what the packed document names, and a second thread s
     CHECK(sandbox.Dump(UnderWow64() ? View::Bits64 : View::Default).empty());
 }
 
-TEST_CASE("a callback is not needed, and the host's apartment is its own affair") {
+TEST_CASE("a removal without a callback, on a thread whose apartment is another kind") {
     const TempFolder folder;
     const PackedLibrary library(Section(L"del_file", L"name='" + folder.WriteFile(L"x") + L"'"));
     const auto uninstall = library.Export<decltype(&::UninstallProduct)>("UninstallProduct");

@@ -4,12 +4,11 @@
 
 #include <doctest/doctest.h>
 
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "foundation/CConfigFileMngr.h"
 #include "foundation/CCrypt.h"
+#include "removal/script.h"
 #include "support/import_patch.h"
 
 namespace embedded {
@@ -34,14 +33,6 @@ inline BOOL WINAPI Free(HGLOBAL) {
 
 }  // namespace embedded
 
-inline std::string Utf8(const std::wstring& text) {
-    std::string bytes(text.size() * 3, '\0');
-    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), bytes.data(),
-                                           static_cast<int>(bytes.size()), nullptr, nullptr);
-    bytes.resize(static_cast<std::size_t>(size));
-    return bytes;
-}
-
 // Lets the store of the process read `document` as it reads the library's resource.
 inline void Embed(const std::wstring& document) {
     const std::string text = Utf8(document);
@@ -59,14 +50,4 @@ inline void Embed(const std::wstring& document) {
     const ImportPatch lock("LockResource", &embedded::Lock);
     const ImportPatch release("FreeResource", &embedded::Free);
     REQUIRE(CConfigFileMngr::Instance().LoadFromResource(101) == 0);
-}
-
-inline std::wstring Section(const std::wstring& opCode, const std::wstring& attributes) {
-    return L"<s op_code=\"" + opCode + L"\"><o " + attributes + L"/></s>";
-}
-
-// A script of one version, whose product lies in the folder "Product" below the program files.
-inline std::wstring Script(const std::wstring& sections) {
-    return L"<uninstall_information><version_list><v1/></version_list><v1><install_folder name=\"Product\"/><win_nt>" +
-           sections + L"</win_nt></v1></uninstall_information>";
 }

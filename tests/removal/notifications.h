@@ -5,10 +5,8 @@
 #include <prodrm.h>
 
 #include <functional>
-#include <string>
-#include <vector>
 
-using Lines = std::vector<std::wstring>;
+#include "removal/script.h"
 
 // What the callback heard since Clear, as "event/result", the begin of a product with its name, and the progress value
 // at each of these moments.

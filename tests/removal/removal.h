@@ -6,6 +6,7 @@
 #include "removal/embedded_document.h"
 #include "removal/notifications.h"
 #include "script/CProductUninstall.h"
+#include "support/registry_sandbox.h"
 
 // A product that stays, with lists as a use scan would have filled them.
 class Staying : public CProductCheckUse {
@@ -56,6 +57,12 @@ protected:
         return CProductUninstall::ProcessNTVersion(version, appPath);
     }
 };
+
+// The line about an element that the "os" attribute keeps from this kind of system.
+inline std::wstring OtherSystemLine() {
+    return UnderWow64() ? L"32 Will not execute x32 operation on x64 OS! AppPath=C:\\Program Files\\P"
+                        : L"32 Will not execute x64 operation on x32 OS! AppPath=C:\\Program Files\\P";
+}
 
 // Runs the removal of `script` to its end.
 inline bool Remove(Removal& removal, const std::wstring& script) {

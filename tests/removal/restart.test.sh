@@ -52,6 +52,15 @@ if ((code != 2)); then
     echo "FAILED: remove_all ended with $code instead of asking for a restart"
     exit 1
 fi
+# What the system holds: pairs of a file and an empty new name.
+pending=$(prefix_run "$prefix" reg query 'HKLM\System\CurrentControlSet\Control\Session Manager' \
+    /v PendingFileRenameOperations 2>/dev/null </dev/null | tr -d '\r' | sed -n 's/.*REG_MULTI_SZ *//p')
+expected='\??\C:\product\marked.dll\0\0\??\C:\product\data\inner\held.dat\0\0\??\C:\product\data\inner\0\0'
+expected+='\??\C:\product\data\0\0\??\C:\product\held.dll\0'
+if [[ $pending != "$expected" ]]; then
+    echo "FAILED: expected pending \"$expected\", found \"$pending\""
+    exit 1
+fi
 expect 'before the restart' './data ./data/inner ./data/inner/held.dat ./held.dll ./kept ./marked.dll '
 prefix_env "$prefix" timeout 120 wineboot -r >/dev/null 2>&1 </dev/null
 expect 'after the restart' './kept '
