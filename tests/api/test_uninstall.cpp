@@ -11,7 +11,7 @@
 #include "catalogue/CProducts.h"
 #include "removal/embedded_document.h"
 #include "removal/notifications.h"
-#include "removal/script.h"
+#include "support/script_builder.h"
 #include "support/recorded_log.h"
 #include "support/registry_sandbox.h"
 #include "support/temp_folder.h"

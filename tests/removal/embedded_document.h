@@ -8,7 +8,7 @@
 
 #include "foundation/CConfigFileMngr.h"
 #include "foundation/CCrypt.h"
-#include "removal/script.h"
+#include "support/script_builder.h"
 #include "support/import_patch.h"
 
 namespace embedded {

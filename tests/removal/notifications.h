@@ -6,7 +6,7 @@
 
 #include <functional>
 
-#include "removal/script.h"
+#include "support/script_builder.h"
 
 // What the callback heard since Clear, as "event/result", the begin of a product with its name, and the progress value
 // at each of these moments.
