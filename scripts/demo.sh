@@ -92,7 +92,7 @@ compare() {
 }
 
 if [[ $build == yes ]]; then
-
+    say "Building"
     mkdir -p "$root/build"
     echo "on a fresh machine this installs packages first; its output: build/demo-build.log"
     "$root/scripts/build.sh" release >"$root/build/demo-build.log" 2>&1 || {
