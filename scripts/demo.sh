@@ -29,7 +29,7 @@ tool=$work/dist
 
 # What the system writes by itself at a restart, whether or not anything was installed: a count of starts, and what the
 # display driver finds.
-by_itself='Control\\ServiceCurrent\]|Control\\Video\\'
+by_itself='Control\\(ServiceCurrent\]|Video\\)'
 
 say() { printf '\n== %s\n' "$*"; }
 

@@ -11,9 +11,9 @@
 #include "catalogue/CProducts.h"
 #include "removal/embedded_document.h"
 #include "removal/notifications.h"
-#include "support/script_builder.h"
 #include "support/recorded_log.h"
 #include "support/registry_sandbox.h"
+#include "support/script_builder.h"
 #include "support/temp_folder.h"
 
 namespace {

@@ -8,8 +8,8 @@
 
 #include "foundation/CConfigFileMngr.h"
 #include "foundation/CCrypt.h"
-#include "support/script_builder.h"
 #include "support/import_patch.h"
+#include "support/script_builder.h"
 
 namespace embedded {
 
