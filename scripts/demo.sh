@@ -1,169 +1,230 @@
 #!/usr/bin/env bash
-# The main job on a real machine: installs a sample product in a throw-away Wine prefix, detects, explains and removes
-# it with prodrm, restarts the prefix, and proves by comparing the whole machine state with the one before the
-# installation that nothing of the product is left and nothing else is gone.
-#
-#   scripts/demo.sh [--kind win32|win64] [--no-build]
-#
-# Exit code 0 only if the proof holds. What it worked with stays in build/demo-KIND/: snapshots, log, comparisons.
+# The main job on a real system: demo.sh [--kind win32|win64] [--no-build]
+# Installs a sample product in a throw-away prefix (win64 by default) with an installer of its own, lets prodrm detect,
+# explain and remove it, restarts the prefix, and proves by the state of the whole machine before and after that nothing
+# of the product is left and nothing else is gone or changed. Fails if a step or the proof fails.
+# PRODRM_DIST_DIR and PRODRM_DEMO_DIR name other folders of the built product and of the built sample product. States,
+# differences and the library's log stay in the latter, below the name of the kind.
 set -euo pipefail
-root=$(cd -- "$(dirname -- "${BASH_SOURCE[0]}")/.." && pwd)
-source "$root/scripts/prefix.sh"
 
-kind=win64 build=yes
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+# shellcheck source=scripts/prefix.sh
+source "$root/scripts/prefix.sh"
+# shellcheck source=demo/machine_state.sh
+source "$root/demo/machine_state.sh"
+
+dist=${PRODRM_DIST_DIR:-$root/dist}
+programs=${PRODRM_DEMO_DIR:-$root/build/release/demo}
+product='Wendelbach Atlas'
+service=WendelbachAtlas
+
+# What a session of the system may write by itself: the date that it gives to the driver of the display.
+own_writes='^changed  HKLM\\System\\CurrentControlSet\\Control\\Class\\\{4D36E968-E325-11CE-BFC1-08002BE10318\}\\0000 '
+own_writes+='"DriverDate(Data)?"$'
+
+# An exit code is its low byte here.
+restart_required=$((3010 & 255))
+not_installed=$((1605 & 255))
+
+kind=win64
+build=yes
 while (($# > 0)); do
     case $1 in
-    --kind) kind=$2 && shift ;;
+    --kind)
+        kind=${2:-}
+        shift
+        ;;
     --no-build) build=no ;;
-    *) sed -n '2,/^set/s/^# \{0,1\}//p' "${BASH_SOURCE[0]}" >&2 && exit 2 ;;
+    *)
+        sed -n '2,/^set/{/^set/!s/^# \{0,1\}//p}' "${BASH_SOURCE[0]}" >&2
+        exit 2
+        ;;
     esac
     shift
 done
 prefix_check_kind "$kind"
 
-product='Atelier Grünholz'
-home="C:\\Program Files\\$product"
-work=$root/build/demo-$kind
-prefix=$work/prefix
-tool=$work/dist
+prefix=$prefix_wine_dir/run/$BASHPID-demo
+drive=$prefix/drive_c
+program_files='Program Files'
+[[ $kind == win32 ]] || program_files='Program Files (x86)'
+folder="C:\\$program_files\\$product"
 
-# What the system writes by itself at a restart, whether or not anything was installed: a count of starts, and what the
-# display driver finds.
-by_itself='Control\\(ServiceCurrent\]|Video\\)'
-
-say() { printf '\n== %s\n' "$*"; }
+step() { printf '\n== %s\n' "$1"; }
+tell() { printf '   %s\n' "$@"; }
+show() { tr -d '\r' <"$1" | sed 's/^/   | /'; }
 
 fail() {
-    printf 'demo: %s\n' "$*" >&2
+    printf '\nFAILED: %s\n' "$1" >&2
     exit 1
 }
 
-# Runs a Windows program in the prefix and gives its output without carriage returns. Never a pipe: what a program
-# starts in the background inherits it, and its reader would wait for that as well.
-run() {
-    local code=0
-    prefix_run "$prefix" "$@" >"$work/run.out" 2>&1 </dev/null || code=$?
-    tr -d '\r' <"$work/run.out"
-    return "$code"
+windows_path() { echo "Z:${1//\//\\}"; }
+
+# Runs a program in the prefix, with its output in a file: what it starts would keep a pipe open.
+run() { prefix_run "$prefix" "$@" >"$work/output.txt" 2>&1 </dev/null; }
+
+# The host tool with the exit code that it must have.
+prodrm() {
+    local expected=$1 code=0
+    shift
+    tell "> prodrm $*"
+    run 'C:\Tools\prodrm\prodrm.exe' "$@" || code=$?
+    show "$work/output.txt"
+    ((code == expected)) || fail "prodrm $1 ended with $code, not with $expected"
 }
 
-# Waits until the file $1 holds the line $2.
-await_line() {
+# Waits up to 20 seconds until a command succeeds.
+wait_until() {
     local tries
-    for ((tries = 0; tries < 300; ++tries)); do
-        grep -qx "$2" "$1" 2>/dev/null && return
+    for ((tries = 0; tries < 200; ++tries)); do
+        if "$@"; then
+            return
+        fi
         sleep 0.1
     done
-    fail "no '$2' in $1"
+    fail "in vain: $*"
 }
 
-# One line per file and folder: type, mode, hash, path.
-snapshot_files() {
-    (
-        cd "$prefix/drive_c"
-        find . -type f -print0 | sort -z | xargs -0 sha256sum | sed 's/^\([0-9a-f]*\) [ *]/\1 /' |
-            while IFS=' ' read -r hash path; do printf 'file %s %s\n' "$path" "${hash:0:16}"; done
-        find . -printf '%y %M %p\n'
-    ) | LC_ALL=C sort
+# What ends at a restart ends here too, and what waits for a start is done at the next.
+shut_down_and_take() {
+    prefix_stop "$prefix"
+    machine_state_take "$prefix" "$work/$1.state"
 }
 
-# One line per key and value of all hives, in the system's own view of them.
-snapshot_registry() {
-    run regedit /E "Z:${work//\//\\}\\registry.reg" >/dev/null
-    iconv -f UTF-16 -t UTF-8 "$work/registry.reg" | tr -d '\r' |
-        sed -e ':join' -e '/\\$/{N;s/\\\n *//;b join' -e '}' |
-        awk '/^\[/ { key = $0; print key; next } NF { print key " " $0 }' | LC_ALL=C sort
+service_runs() { run sc query "$service" && grep -q RUNNING "$work/output.txt"; }
+has_ended() { ! kill -0 "$1" 2>/dev/null; }
+
+# Starts a program that shows a map, which stays open. Sets "started" to its process.
+show_map() {
+    prefix_run "$prefix" "$1" "$folder\\Karten\\$2" >"$work/$3.txt" 2>&1 </dev/null &
+    started=$!
+    wait_until grep -q shown "$work/$3.txt"
 }
 
-snapshot() {
-    snapshot_files >"$work/$1.files"
-    snapshot_registry >"$work/$1.registry"
-    printf '%s: %d files and folders, %d registry keys and values\n' "$1" \
-        "$(wc -l <"$work/$1.files")" "$(wc -l <"$work/$1.registry")"
-}
-
-# Lines that one snapshot has and the other has not; "-" gone or changed since the first, "+" new in the second.
+# What differs between two states: the system's own writes in OLD-NEW.own, all else in OLD-NEW.diff.
 compare() {
-    local what
-    for what in files registry; do
-        LC_ALL=C comm -23 "$work/$1.$what" "$work/$2.$what" | sed 's/^/- /'
-        LC_ALL=C comm -13 "$work/$1.$what" "$work/$2.$what" | sed 's/^/+ /'
+    local differences=$work/$1-$2
+    machine_state_compare "$work/$1.state" "$work/$2.state" >"$differences.all"
+    grep -E -- "$own_writes" "$differences.all" >"$differences.own" || true
+    grep -vE -- "$own_writes" "$differences.all" >"$differences.diff" || true
+}
+
+# Traces of the product in the state after its installation: a comparison that did not see them would prove nothing.
+count_traces() {
+    local count
+    count=$(grep -cE -- "$2" "$work/before-installed.diff") || fail "the comparison does not show: $1"
+    tell "$(printf '%3d  %s' "$count" "$1")"
+}
+
+make_machine() {
+    local tools=$drive/Tools/prodrm
+    prefix_clone "$kind" "$prefix"
+    mkdir -p "$drive/Tools"
+    cp -R "$dist" "$tools"
+    cp -R "$root/demo/catalogue/." "$tools"
+    # What a removal must not touch although its name begins with the product's.
+    mkdir "$drive/$program_files/$product Archiv"
+    echo kept >"$drive/$program_files/$product Archiv/Übersicht.karte"
+    # The system completes its registry in the first sessions.
+    prefix_start "$prefix"
+    run 'C:\Tools\prodrm\prodrm-pack.exe' 'C:\Tools\prodrm\removal.xml' 'C:\Tools\prodrm\prodrm.dll' ||
+        fail "$(cat "$work/output.txt")"
+    run reg add "HKLM\\Software\\$product Archiv" /v Folder /d kept || fail 'reg add'
+    prefix_stop "$prefix"
+    prefix_start "$prefix"
+    shut_down_and_take before
+    tell "$(wc -l <"$work/before.state") files, folders, registry keys and values"
+}
+
+install_product() {
+    prefix_start "$prefix"
+    run "$(windows_path "$programs/setup.exe")" || fail "$(cat "$work/output.txt")"
+    shut_down_and_take installed
+    compare before installed
+    tell "$(wc -l <"$work/before-installed.diff") traces, by the comparison of the machine before and after:"
+    count_traces 'files and folders' '^new      drive_c/.*(atlas|Atlas)'
+    count_traces 'shortcuts' '^new      drive_c/.*\.lnk$'
+    count_traces 'keys and values of its service' "^new      HKLM.*\\\\Services\\\\$service"
+    count_traces 'keys and values of the machine' '^new      HKLM\\Software\\(Classes|Microsoft|Wendelbach)'
+    [[ $kind == win32 ]] || count_traces '... in the 32-bit view' '^new      HKLM.Software.Wow6432Node.'
+    count_traces 'keys and values of the user' '^new      HKCU.'
+}
+
+use_product() {
+    prefix_start "$prefix"
+    wait_until service_runs
+    tell 'its service runs'
+    show_map "$folder\\atlas.exe" '東京\新宿.karte' viewer
+    viewer=$started
+    tell 'its program runs and keeps a map open'
+    show_map "$(windows_path "$programs/guest.exe")" 'Übersicht.karte' guest
+    guest=$started
+    tell 'a program of someone else keeps another map open'
+}
+
+remove_product() {
+    prodrm "$restart_required" remove "$product" --yes --log "$(windows_path "$work/removal.log")"
+    tell "exit code 3010: a restart is required"
+    wait_until has_ended "$viewer"
+    ! has_ended "$guest" || fail "the program of someone else has ended"
+    local left expected="./$program_files/$product"
+    left=$(cd "$drive" && find . \( -path "*$product" -o -path "*$product/*" \) | LC_ALL=C sort)
+    expected=$(printf '%s\n' "$expected" "$expected/Karten" "$expected/Karten/Übersicht.karte")
+    [[ $left == "$expected" ]] || fail "of its files are left: $left"
+    tell "service and program have ended; of its files only the map is left that the other program has open"
+}
+
+restart() {
+    prefix_stop "$prefix"
+    prefix_start "$prefix"
+    prodrm 0 list --installed
+    prodrm "$not_installed" remove "$product" --yes
+}
+
+prove() {
+    shut_down_and_take after
+    compare before after
+    local differences=$work/before-after what
+    tell "compared: $(wc -l <"$work/after.state") files, folders, registry keys and values; times are left out"
+    tell "the system's own writes, left out as well: $(wc -l <"$differences.own")"
+    show "$differences.own"
+    for what in new gone changed; do
+        tell "$(printf '%-8s %3d' "$what:" "$(grep -c "^$what" "$differences.diff")")"
     done
+    if [[ -s $differences.diff ]]; then
+        show "$differences.diff"
+        fail 'the machine is not as it was'
+    fi
 }
 
 if [[ $build == yes ]]; then
-    say "Building"
+    step 'Build'
     mkdir -p "$root/build"
-    echo "on a fresh machine this installs packages first; its output: build/demo-build.log"
-    "$root/scripts/build.sh" release >"$root/build/demo-build.log" 2>&1 || {
-        tail -n 20 "$root/build/demo-build.log"
-        fail "the build failed"
+    "$root/scripts/build.sh" release >"$root/build/demo.log" 2>&1 || {
+        tail -n 20 "$root/build/demo.log"
+        fail "the build; all of its output is in build/demo.log"
     }
-    echo "dist/ is complete"
+    tell "the library and its tools are in dist/"
 fi
-
-say "A fresh $kind prefix"
-prefix_remove "$prefix"
-rm -rf "$work"
+work=$programs/$kind
 mkdir -p "$work"
+rm -f "$work"/*
 trap 'prefix_remove "$prefix"' EXIT
-prefix_clone "$kind" "$prefix"
-prefix_start "$prefix"
-cp -r "$root/dist" "$tool"
-cp -r "$root"/demo/product/{detection.xml,extern} "$tool/"
-# Reading shell folders and the registry once makes what the system makes on first use.
-run regedit /E "Z:${work//\//\\}\\registry.reg" >/dev/null
-run "$tool/prodrm.exe" list >/dev/null
-snapshot before
 
-say "Installing $product for real: files, service, shortcuts, registry"
-run "$root/build/release/demo/atelier-setup.exe"
-cp "$root/build/release/demo/atelier.exe" "$work/visitor.exe"
-prefix_run "$prefix" "$home\\atelier.exe" hold program "$home\\палитра.dat" >"$work/program.out" 2>&1 </dev/null &
-prefix_run "$prefix" "$work/visitor.exe" hold visitor "$home\\recent.dat" >"$work/visitor.out" 2>&1 </dev/null &
-visitor=$!
-await_line "$work/program.out" $'holding\r'
-await_line "$work/visitor.out" $'holding\r'
-echo "its program runs and holds a file; a visitor, which is no part of it, holds another"
-snapshot installed
-compare before installed >"$work/traces"
-traces=$(wc -l <"$work/traces")
-echo "traces of the installation: $traces"
-((traces > 40)) || fail "the product was not really installed"
-
-say "Embedding what a removal does"
-run "$tool/prodrm-pack.exe" "$root/demo/product/removal.xml" "$tool/prodrm.dll"
-
-say "prodrm list --installed --details --catalogue foreign"
-run "$tool/prodrm.exe" list --installed --details --catalogue foreign | tee "$work/list.out"
-grep -q "$product" "$work/list.out" || fail "the product was not detected"
-
-say "prodrm explain '$product'"
-run "$tool/prodrm.exe" explain "$product"
-
-say "prodrm remove '$product' --yes"
-code=0
-prefix_run "$prefix" "$tool/prodrm.exe" remove "$product" --catalogue foreign --yes \
-    --log "Z:${work//\//\\}\\removal.log" >"$work/remove.out" 2>&1 </dev/null || code=$?
-tr -d '\r' <"$work/remove.out"
-echo "exit code $code (3010, restart required, has the low byte 194)"
-((code == 194)) || fail "a restart should be required"
-
-say "The restart"
-run "$work/visitor.exe" release visitor
-wait "$visitor" || fail "the visitor did not end well"
-run wineboot -r
-snapshot after
-
-say "The machine now against the machine before the installation"
-compare before after >"$work/differences"
-grep -Ev "$by_itself" "$work/differences" >"$work/unexplained" || true
-printf 'differences: %d, of them written by the system itself: %d\n' "$(wc -l <"$work/differences")" \
-    "$(grep -Ec "$by_itself" "$work/differences" || true)"
-cat "$work/differences"
-if grep -qi 'atelier' "$work/after.files" "$work/after.registry"; then
-    grep -i 'atelier' "$work/after.files" "$work/after.registry"
-    fail "something of the product is left"
-fi
-[[ ! -s $work/unexplained ]] || fail "something else changed"
-echo "nothing of the product is left, and nothing else is gone"
+step "A machine ($kind) with the catalogue, the script and the removal document of the product"
+make_machine
+step "The product is installed"
+install_product
+step "The machine was restarted, the product is in use"
+use_product
+step "What is installed, and why"
+prodrm 0 list --installed
+prodrm 0 explain "$product"
+step "The product is removed"
+remove_product
+step "The machine restarts"
+restart
+step "Proof: the machine now and before the installation"
+prove
+tell "nothing of the product is left, and nothing else is gone or changed"

@@ -6,7 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${2:-build/release}
 
 sources() {
-    find src include tools tests bench docs \( -name '*.cpp' -o -name '*.h' -o -name '*.c' \) -print0
+    find src include tools tests bench demo docs \( -name '*.cpp' -o -name '*.h' -o -name '*.c' \) -print0
 }
 
 case ${1:-} in
@@ -21,7 +21,7 @@ cppcheck)
         -DUNICODE -D_UNICODE -D_WIN32 -D__MINGW32__ -Isrc -Iinclude -j2 src tools
     ;;
 shell)
-    find scripts .ci tests -type f \( -name '*.sh' -o -path '.ci/*' \) -print0 | xargs -0 shellcheck -x
+    find scripts .ci demo tests -type f \( -name '*.sh' -o -path '.ci/*' \) -print0 | xargs -0 shellcheck -x
     ;;
 *)
     echo "usage: lint.sh format|cppcheck|shell [BUILD_DIR]" >&2

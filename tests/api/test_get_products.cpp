@@ -1,44 +1,25 @@
 #include <windows.h>
 #include <doctest/doctest.h>
 
-#include <objbase.h>
 #include <oleauto.h>
 #include <prodrm.h>
 
 #include <string>
 #include <vector>
 
-#include "support/import_patch.h"
+#include "api/watched_calls.h"
+#include "support/library_folder.h"
 #include "support/recorded_log.h"
 #include "support/show_text.h"
-#include "support/temp_folder.h"
 
 namespace {
 
 using Lines = std::vector<std::wstring>;
 
-// The folder that the library takes for its own; empty makes the question fail.
-std::wstring g_ownFile;
-DWORD WINAPI PlayModuleFileName(HMODULE, LPWSTR path, DWORD chars) {
-    ::SetLastError(ERROR_INVALID_HANDLE);
-    ::lstrcpynW(path, g_ownFile.c_str(), static_cast<int>(chars));
-    return static_cast<DWORD>(g_ownFile.size());
-}
-
-// Catalogues beside the library, and its log.
-class Library {
-public:
-    Library() { g_ownFile = m_folder.Path(L"prodrm.dll"); }
-    std::wstring Path(const std::wstring& relative) const { return m_folder.Path(relative); }
-    void Catalogue(const std::wstring& file, const std::string& content) const {
-        m_folder.WriteFile(file, "<uninstall_information>" + content + "</uninstall_information>");
-    }
-
+// The log of a library with a folder of its own.
+struct Library {
     RecordedLog log;
-
-private:
-    TempFolder m_folder;
-    ImportPatch m_patch{"GetModuleFileNameW", &PlayModuleFileName};
+    LibraryFolder folder;
 };
 
 // The entries as "name type file", freed with the array.
@@ -59,78 +40,17 @@ Lines Take(SAFEARRAY* array) {
     return lines;
 }
 
-// What the export asks of COM and of the arrays, in order. The call named by g_failing fails; an access is ended first.
-std::vector<std::string> g_calls;
-std::string g_failing;
-HRESULT g_initialized = E_FAIL;
-
-template <typename... Parameters>
-HRESULT Watch(const char* name, HRESULT(WINAPI* /* the signature */)(Parameters...), Parameters... arguments) {
-    g_calls.emplace_back(name);
-    const bool fails = g_failing == name;
-    if (fails && g_failing != "SafeArrayUnaccessData") {
-        return E_OUTOFMEMORY;
-    }
-    const HMODULE module = ::GetModuleHandleW(*name == 'S' ? L"oleaut32.dll" : L"ole32.dll");
-    const HRESULT hr = reinterpret_cast<HRESULT(WINAPI*)(Parameters...)>(
-        reinterpret_cast<void*>(::GetProcAddress(module, name)))(arguments...);
-    return fails ? E_OUTOFMEMORY : hr;
-}
-
-HRESULT WINAPI WatchCoInitialize(void* reserved) {
-    CHECK(reserved == nullptr);
-    g_initialized = Watch("CoInitialize", &::CoInitialize, reserved);
-    return g_initialized;
-}
-void WINAPI WatchCoUninitialize() {
-    g_calls.emplace_back("CoUninitialize");
-    reinterpret_cast<void(WINAPI*)()>(
-        reinterpret_cast<void*>(::GetProcAddress(::GetModuleHandleW(L"ole32.dll"), "CoUninitialize")))();
-}
-HRESULT WINAPI WatchAllocDescriptor(UINT dimensions, SAFEARRAY** array) {
-    return Watch("SafeArrayAllocDescriptor", &::SafeArrayAllocDescriptor, dimensions, array);
-}
-HRESULT WINAPI WatchAllocData(SAFEARRAY* array) {
-    return Watch("SafeArrayAllocData", &::SafeArrayAllocData, array);
-}
-HRESULT WINAPI WatchAccessData(SAFEARRAY* array, void** data) {
-    return Watch("SafeArrayAccessData", &::SafeArrayAccessData, array, data);
-}
-HRESULT WINAPI WatchUnaccessData(SAFEARRAY* array) {
-    return Watch("SafeArrayUnaccessData", &::SafeArrayUnaccessData, array);
-}
-HRESULT WINAPI WatchDestroyData(SAFEARRAY* array) {
-    return Watch("SafeArrayDestroyData", &::SafeArrayDestroyData, array);
-}
-HRESULT WINAPI WatchDestroyDescriptor(SAFEARRAY* array) {
-    return Watch("SafeArrayDestroyDescriptor", &::SafeArrayDestroyDescriptor, array);
-}
-
-struct WatchedCalls {
-    explicit WatchedCalls(const char* failing = "") {
-        g_calls.clear();
-        g_failing = failing;
-    }
-    ImportPatch initialize{"CoInitialize", &WatchCoInitialize};
-    ImportPatch uninitialize{"CoUninitialize", &WatchCoUninitialize};
-    ImportPatch allocDescriptor{"SafeArrayAllocDescriptor", &WatchAllocDescriptor};
-    ImportPatch allocData{"SafeArrayAllocData", &WatchAllocData};
-    ImportPatch accessData{"SafeArrayAccessData", &WatchAccessData};
-    ImportPatch unaccessData{"SafeArrayUnaccessData", &WatchUnaccessData};
-    ImportPatch destroyData{"SafeArrayDestroyData", &WatchDestroyData};
-    ImportPatch destroyDescriptor{"SafeArrayDestroyDescriptor", &WatchDestroyDescriptor};
-};
-
 SAFEARRAY* const kUntouched = reinterpret_cast<SAFEARRAY*>(0xDEADBEEF);
 
 }  // namespace
 
 TEST_CASE("GetProducts lists the catalogues that the two low bits name, the family first") {
     Library library;
-    library.Catalogue(L"products.xml", "<product name='B' file='b.xml'/><product name='A' file='a.xml'/>");
-    library.Catalogue(L"detection.xml", "<product name='X' file='x.xml'/>");
-    const Lines family = {L"B 1 " + library.Path(L"intern\\b.xml"), L"A 1 " + library.Path(L"intern\\a.xml")};
-    const Lines foreign = {L"X 2 " + library.Path(L"extern\\x.xml")};
+    library.folder.WriteCatalogue(L"products.xml", "<product name='B' file='b.xml'/><product name='A' file='a.xml'/>");
+    library.folder.WriteCatalogue(L"detection.xml", "<product name='X' file='x.xml'/>");
+    const Lines family = {L"B 1 " + library.folder.Path(L"intern\\b.xml"),
+                          L"A 1 " + library.folder.Path(L"intern\\a.xml")};
+    const Lines foreign = {L"X 2 " + library.folder.Path(L"extern\\x.xml")};
     Lines both = family;
     both.push_back(foreign[0]);
     const struct {
@@ -154,8 +74,8 @@ TEST_CASE("GetProducts lists the catalogues that the two low bits name, the fami
 
 TEST_CASE("GetProducts fails with a catalogue that does not load, still tries the other and leaves the pointer") {
     Library library;
-    const std::wstring noFamily = L"4 load products ZN \"" + library.Path(L"products.xml") + L"\" failed";
-    const std::wstring noForeign = L"4 load products EXT \"" + library.Path(L"detection.xml") + L"\" failed";
+    const std::wstring noFamily = L"4 load products ZN \"" + library.folder.Path(L"products.xml") + L"\" failed";
+    const std::wstring noForeign = L"4 load products EXT \"" + library.folder.Path(L"detection.xml") + L"\" failed";
     const auto run = [&](ULONG flags, const Lines& between) {
         library.log.Clear();
         SAFEARRAY* array = kUntouched;
@@ -166,12 +86,12 @@ TEST_CASE("GetProducts fails with a catalogue that does not load, still tries th
         CHECK(library.log.Of(L"GetProducts") == lines);
     };
     run(3, {noFamily, noForeign, L"16 <- false"});
-    library.Catalogue(L"products.xml", "<product name='B' file='b.xml'/>");
+    library.folder.WriteCatalogue(L"products.xml", "<product name='B' file='b.xml'/>");
     run(3, {noForeign, L"16 <- false"});
-    library.Catalogue(L"detection.xml", "");
-    library.Catalogue(L"products.xml", "<product/>");
+    library.folder.WriteCatalogue(L"detection.xml", "");
+    library.folder.WriteCatalogue(L"products.xml", "<product/>");
     run(3, {noFamily, L"16 <- false"});
-    g_ownFile.clear();
+    library.folder.Lose();
     run(2, {L"4 GetCurrentPath failed"});
 }
 
@@ -203,7 +123,7 @@ TEST_CASE("a failing array call undoes what was made, except the last one") {
         const std::string line = "4 " + std::string(row.call) + " failed 0x8007000e";
         CHECK(library.log.Of(L"GetProducts") == Lines{L"16 ->", std::wstring(line.begin(), line.end())});
     }
-    library.Catalogue(L"products.xml", "<product name='B' file='b.xml'/>");
+    library.folder.WriteCatalogue(L"products.xml", "<product name='B' file='b.xml'/>");
     library.log.Clear();
     SAFEARRAY* array = nullptr;
     {
@@ -241,7 +161,7 @@ DWORD WINAPI ListOnThread(void* argument) {
 
 TEST_CASE("COM is initialised once and released, as the last act, only after S_OK") {
     Library library;
-    library.Catalogue(L"products.xml", "<product name='B' file='b.xml'/>");
+    library.folder.WriteCatalogue(L"products.xml", "<product name='B' file='b.xml'/>");
     const struct {
         ComThread thread;
         HRESULT initialized;
