@@ -6,7 +6,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 # shellcheck source=scripts/prefix.sh
 source "$root/scripts/prefix.sh"
 
-prefix=$prefix_wine_dir/run/restart-$PRODRM_KIND-$BASHPID
+prefix=$prefix_wine_dir/run/$BASHPID-restart-$PRODRM_KIND
 trap 'prefix_remove "$prefix"' EXIT
 prefix_clone "$PRODRM_KIND" "$prefix"
 prefix_start "$prefix"
