@@ -260,29 +260,3 @@ TEST_CASE("a plain inner array that fails is undone, and its product is listed w
         CHECK(TakeProducts(array, false).size() == 2);
     }
 }
-
-TEST_CASE("an extended inner array tells of its failures and goes on") {
-    Installed installed;
-    const std::wstring failed = L" failed 0x8007000e";
-    // The array of versions: its data is let go of twice, and what is left of it stays in the entry.
-    SAFEARRAY* array = nullptr;
-    const std::vector<std::string> calls = {"AccessData", "DestroyData", "DestroyData", "UnaccessData",
-                                            "CoUninitialize"};
-    CHECK(CallsFrom("SafeArrayAccessData", 1, true, &array) == calls);
-    CHECK(installed.log.Of(L"AllocSafeArray") == Lines{L"4 SafeArrayAccessData" + failed});
-    CHECK(installed.log.Of(L"GetInstalledGuidsEx") == Lines{L"4 SafeArrayAllocDescriptor" + failed});
-    REQUIRE(Entry(array, 1).guids != nullptr);
-    CHECK(Entry(array, 1).guids->pvData == nullptr);
-    CHECK(::SafeArrayDestroyDescriptor(std::exchange(Entry(array, 1).guids, nullptr)) == S_OK);
-    CHECK(TakeProducts(array, true).size() == 2);
-
-    // The array of parameters: none are written, and the version stays.
-    installed.log.Clear();
-    const std::vector<std::string> parameterCalls = {"AllocData",    "DestroyData",  "AccessData",    "UnaccessData",
-                                                     "UnaccessData", "UnaccessData", "CoUninitialize"};
-    CHECK(CallsFrom("SafeArrayAllocData", 2, true, &array) == parameterCalls);
-    CHECK(installed.log.Of(L"AllocSafeArray") == Lines{L"4 SafeArrayAllocData" + failed});
-    CHECK(installed.log.Of(L"GetInstalledGuidsEx").empty());
-    const Lines lines = TakeProducts(array, true);
-    CHECK(lines[1].ends_with(L"v.xml: UpdateLocation() "));
-}

@@ -152,43 +152,6 @@ TEST_CASE("the library holds the log module beside it from loading to unloading"
                                                    {0, L"LogRemoveModule", L"logging::CLogDLL::~CLogDLL"}});
 }
 
-TEST_CASE("without any log module the library loads and works") {
-    const ProductFolder folder(false);
-    folder.Catalogue(L"detection.xml", "<product name='X' file='x.xml'/>");
-    const LoadedProduct product(folder);
-    CHECK(::GetModuleHandleW(L"log.dll") == nullptr);
-    SAFEARRAY* array = nullptr;
-    REQUIRE(product.Export("GetProducts", &::GetProducts)(&array, PRODRM_FOREIGN));
-    CHECK(array->rgsabound[0].cElements == 1);
-    CHECK_FALSE(product.Export("GetProducts", &::GetProducts)(&array, PRODRM_FAMILY));
-}
-
-TEST_CASE("GetProducts lays records of 20 bytes side by side, named by the library's own folder") {
-    const ProductFolder folder;
-    folder.Catalogue(L"products.xml", "<product name='A' file='a.xml'/><product name='\xD0\x96' file='b.xml'/>");
-    folder.Catalogue(L"detection.xml", "<product name='X' file='x.xml'/>");
-    const LoadedProduct product(folder);
-    SAFEARRAY* array = nullptr;
-    REQUIRE(product.Export("GetProducts", &::GetProducts)(&array, PRODRM_FAMILY | PRODRM_FOREIGN));
-    REQUIRE(array->rgsabound[0].cElements == 3);
-    REQUIRE(array->cbElements == 20);
-    const struct {
-        const wchar_t* name;
-        const wchar_t* file;
-        DWORD type;
-    } rows[] = {{L"A", L"intern\\a.xml", 1}, {L"\u0416", L"intern\\b.xml", 1}, {L"X", L"extern\\x.xml", 2}};
-    for (ULONG index = 0; index < 3; ++index) {
-        const ULONG start = index * 20;
-        const BSTR name = Field<BSTR>(array, start);
-        const BSTR file = Field<BSTR>(array, start + 4);
-        CHECK(std::wstring(name, ::SysStringLen(name)) == rows[index].name);
-        CHECK(std::wstring(file, ::SysStringLen(file)) == folder.Path(rows[index].file));
-        CHECK(Field<DWORD>(array, start + 8) == rows[index].type);
-        CHECK(Field<DWORD>(array, start + 12) == 0);
-        CHECK(Field<DWORD>(array, start + 16) == 0);
-    }
-}
-
 TEST_CASE("the sample hosts list what is there, and say so when nothing can be listed") {
     const ProductFolder folder;
     const RegistrySandbox registry;

@@ -105,17 +105,3 @@ TEST_CASE("a removal takes what the packed document names, and a second thread s
     CHECK(folder.Tree() == Lines{L"data\\", L"data\\held"});
     CHECK(sandbox.Dump(UnderWow64() ? View::Bits64 : View::Default).empty());
 }
-
-TEST_CASE("a removal without a callback, on a thread whose apartment is another kind") {
-    const TempFolder folder;
-    const PackedLibrary library(Section(L"del_file", L"name='" + folder.WriteFile(L"x") + L"'"));
-    const auto uninstall = library.Export<decltype(&::UninstallProduct)>("UninstallProduct");
-    REQUIRE(SUCCEEDED(::CoInitializeEx(nullptr, COINIT_MULTITHREADED)));
-    ProductEntry entry = {::SysAllocString(L"Two"), nullptr, UNINSTALL_TYPE_FAMILY, nullptr, 1};
-    bool restart = true;
-    CHECK(uninstall(&entry, &restart, nullptr));
-    CHECK_FALSE(restart);
-    CHECK(folder.Tree().empty());
-    ::SysFreeString(entry.name);
-    ::CoUninitialize();
-}

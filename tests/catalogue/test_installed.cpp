@@ -93,28 +93,6 @@ TEST_CASE("the first test looks in one view, the second in the default one and t
     }
 }
 
-TEST_CASE("the masks of the tries, and paths without a known hive") {
-    const ComScope com;
-    RecordedLog log;
-    RegistryFaults calls;
-    const CProduct product = Load(L"<v name='v' id='prodrm-none'/><v name='v'/>" + Keyed(L"hklm\\x"));
-    calls.access.clear();
-    CHECK_FALSE(product.Versions()[0].IsInstalled());
-    CHECK_FALSE(product.Versions()[0].IsInstalled2());
-    const std::vector<REGSAM> wow64 = {0x20119, 0x20019, 0x20119};
-    const std::vector<REGSAM> alone = {0x20019, 0x20019, 0x20219};
-    CHECK(calls.access == (UnderWow64() ? wow64 : alone));
-    log.Clear();
-    for (const std::size_t version : {1u, 2u}) {
-        CHECK_FALSE(product.Versions()[version].IsInstalled());
-        CHECK_FALSE(product.Versions()[version].IsInstalled2());
-    }
-    const Lines lines = {L"4 failed split key \"\"", L"4 failed split key \"hklm\\x\\UpdateLocation\""};
-    CHECK(log.Of(kFirst) == lines);
-    CHECK(log.Of(kSecond) == lines);
-    CHECK(calls.access.size() == 3);
-}
-
 TEST_CASE("a family product goes by the first test, a foreign one by any test and by its script") {
     const RegistrySandbox sandbox;
     sandbox.SetString(L"in64\\UpdateLocation", L"v", L"", View::Bits64);

@@ -51,16 +51,6 @@ std::wstring OwnFolder() {
     return folder;
 }
 
-HRESULT WINAPI RefuseInstance(REFCLSID, IUnknown*, DWORD, REFIID, void**) {
-    ::SetLastError(1234);
-    return E_OUTOFMEMORY;
-}
-
-DWORD WINAPI RefuseModuleFileName(HMODULE, LPWSTR, DWORD) {
-    ::SetLastError(ERROR_INVALID_HANDLE);
-    return 0;
-}
-
 }  // namespace
 
 TEST_CASE("a catalogue loads in document order, or is refused with its lines and its event") {
@@ -155,27 +145,6 @@ TEST_CASE("loading appends, keeps what a bad product left and names scripts by t
                          L"Z " + here + L"extern\\z.xml", L"A " + here + L"extern\\..\\a.xml",
                          L"K " + here + L"extern\\", L"Z " + here + L"intern\\z.xml",
                          L"A " + here + L"intern\\..\\a.xml"});
-}
-
-TEST_CASE("failing system calls refuse the catalogue") {
-    const ComScope com;
-    const TempFolder folder;
-    const std::wstring file = folder.WriteFile(L"c.xml", InRoot("<product name='P' file='p.xml'/>"));
-    RecordedLog log;
-    g_events.clear();
-    {
-        const ImportPatch noDocument("CoCreateInstance", &RefuseInstance);
-        CHECK_FALSE(CProducts().Load(file, 1, &RecordEvent));
-    }
-    CHECK(g_events.empty());
-    CHECK(log.Of(L"CProducts::Load").back() == L"4 CoCreateInstance CLSID_DOMDocument30 failed 0x4d2");
-    log.Clear();
-    {
-        const ImportPatch noFolder("GetModuleFileNameW", &RefuseModuleFileName);
-        CHECK_FALSE(CProducts().Load(file, 1, &RecordEvent));
-    }
-    CHECK(g_events == Lines{L"0 2 0"});
-    CHECK(log.Of(L"CProduct::Load") == Lines{L"16 ->"});
 }
 
 TEST_CASE("exec_all is false for that one text, and the last one counts") {

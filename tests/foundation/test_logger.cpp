@@ -72,14 +72,6 @@ std::string BesideOwnModule() {
     return file.substr(0, file.rfind('\\')) + "\\log.dll";
 }
 
-HRESULT WriteDirectly(const CLogDLL& logger, const wchar_t* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    const HRESULT hr = logger.Write(kError, L"f", format, arguments);
-    va_end(arguments);
-    return hr;
-}
-
 int g_evaluated = 0;
 const wchar_t* Evaluated() {
     ++g_evaluated;
@@ -110,17 +102,6 @@ TEST_CASE("the facade binds what it finds in a fixed order and leaves in a fixed
     CLogDLL::Release();
     CHECK(g_trace == Trace{"LogDeinit", "LogDeinit()", "LogUninitDeskMetrics()",
                            "LogRemoveModule(logging::CLogDLL::~CLogDLL)", "free"});
-}
-
-TEST_CASE("without any module statements are evaluated and go nowhere") {
-    const PlayedSystem system(nullptr);
-    const CLogDLL* const logger = CLogDLL::AddReference();
-    g_evaluated = 0;
-    LOG(kError, L"%s", Evaluated());
-    CHECK(g_evaluated == 1);
-    CHECK(WriteDirectly(*logger, L"%s", L"x") == E_NOINTERFACE);
-    CLogDLL::Release();
-    CHECK(g_trace == Trace{"load log.dll", "load " + BesideOwnModule()});
 }
 
 TEST_CASE("a closed gate evaluates nothing and brings no module up, also after surplus releases") {

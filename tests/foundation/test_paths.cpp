@@ -169,27 +169,3 @@ TEST_CASE("a registry path splits at its first separator, and hive names are exa
     CHECK(std::wstring(HiveName(HKEY_CLASSES_ROOT)) == L"HKEY_CLASSES_ROOT");
     CHECK(HiveName(nullptr) == nullptr);
 }
-
-TEST_CASE("blind comparison folds A to Z alone, lowering goes by the C runtime") {
-    CHECK(EqualsBlind(L"aZ09[@", L"Az09[@"));
-    CHECK(EqualsBlind(L"", L""));
-    CHECK_FALSE(EqualsBlind(L"yes", L"yes "));
-    CHECK_FALSE(EqualsBlind(L"@", L"`"));
-    CHECK_FALSE(EqualsBlind(L"[", L"{"));
-    CHECK_FALSE(EqualsBlind(L"\u00C4", L"\u00E4"));
-    CHECK_FALSE(EqualsBlind(L"\u042F", L"\u044F"));
-    CHECK_FALSE(EqualsBlind(L"k", L"\u212A"));  // the Kelvin sign
-    CHECK(LowerCase(L"Program_FILES \u00C4") ==
-          L"program_files " + std::wstring(1, static_cast<wchar_t>(std::towlower(0xC4))));
-}
-
-TEST_CASE("results print by their names") {
-    const struct {
-        DWORD value;
-        const wchar_t* name;
-    } rows[] = {{0, L"_ERROR_SUCCESS"}, {1, L"_ERROR_NOT_FOUND"}, {2, L"_ERROR_FAILED"},
-                {3, L"_ERROR_UNKNOWN"}, {4, L"ERROR_UNDEF"},      {0xFFFFFFFF, L"ERROR_UNDEF"}};
-    for (const auto& row : rows) {
-        CHECK(std::wstring(ResultName(static_cast<OperationResult>(row.value))) == row.name);
-    }
-}

@@ -42,10 +42,6 @@ BOOL WINAPI PlayRevert(void* cookie) {
 void WINAPI PlaySystemInfo(SYSTEM_INFO* info) {
     info->wProcessorArchitecture = g_nativeProcessor;
 }
-HMODULE WINAPI RefuseLibrary(LPCWSTR) {
-    return nullptr;
-}
-
 // A 64-bit system as this process sees it through the entry points, whatever the real one is.
 struct PlayedSystem {
     explicit PlayedSystem(Answer answer) {
@@ -98,44 +94,6 @@ TEST_CASE("the system is asked once, and the switches exist under WOW64 alone") 
         g_switchWorks = TRUE;
         CHECK(wow64.Revert(reinterpret_cast<void*>(8)));
         CHECK(g_switches == (row.wow64 ? std::vector<std::string>{"back 7", "back 8"} : std::vector<std::string>{}));
-    }
-}
-
-TEST_CASE("without Kernel32.dll or its entry points there is nothing to switch") {
-    const PlayedSystem system(Answer::Yes);
-    {
-        const ImportPatch noLibrary("LoadLibraryW", &RefuseLibrary);
-        CWow64 wow64;
-        CHECK_FALSE(wow64.IsWow64Process());
-    }
-    {
-        const EntryPointPatch missing("IsWow64Process");
-        CWow64 wow64;
-        CHECK_FALSE(wow64.IsWow64Process());
-        CHECK(wow64.Revert(nullptr));
-    }
-    CHECK(g_asked == 0);
-    const EntryPointPatch noDisable("Wow64DisableWow64FsRedirection");
-    const EntryPointPatch noRevert("Wow64RevertWow64FsRedirection");
-    CWow64 wow64;
-    CHECK(wow64.IsWow64Process());
-    CHECK_FALSE(CanSwitch(wow64));
-    CHECK(wow64.Revert(nullptr));
-}
-
-TEST_CASE("a 64-bit system is told by its processor") {
-    const struct {
-        WORD processor;
-        bool is64Bit;
-    } rows[] = {{PROCESSOR_ARCHITECTURE_INTEL, false}, {5, false}, {6, true}, {9, true}, {12, false}};
-    const ImportPatch own("GetSystemInfo", &PlaySystemInfo);
-    for (const Answer answer : {Answer::Yes, Answer::No}) {  // GetNativeSystemInfo, else GetSystemInfo
-        const PlayedSystem system(answer);
-        const CWow64 wow64;
-        for (const auto& row : rows) {
-            g_nativeProcessor = row.processor;
-            CHECK(wow64.Is64BitSystem() == row.is64Bit);
-        }
     }
 }
 

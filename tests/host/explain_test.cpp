@@ -122,20 +122,3 @@ TEST_CASE("explain tells where judging ended") {
         CHECK(told.at("messages").size() == 1);
     }
 }
-
-TEST_CASE("explain tells which registry keys were found and which were not") {
-    const RegistrySandbox registry;
-    registry.SetString(L"here\\UpdateLocation", L"v", L"");
-    const std::string key = Narrow(registry.Path());
-    const Subject subject("<v name=\"1\" keypath=\"" + key + "\\gone\" keyvalue=\"v\"/>" + "<v name=\"2\" keypath=\"" +
-                          key + "\\here\" keyvalue=\"v\"/>");
-    const json registryTold = subject.Explain().at("registry");
-    CHECK(registryTold.at("found") == json::array({"UpdateLocation"}));
-    REQUIRE(registryTold.at("missing").size() >= 1);
-    CHECK(registryTold.at("missing").at(0) ==
-          json({{"name", Narrow(registry.Subkey(L"gone\\UpdateLocation"))}, {"error", "0x2"}}));
-    const ToolRun text = subject.tool.Run(L"explain P");
-    CHECK(text.out.find("\"P\" (foreign) counts as installed.\r\n") == 0);
-    CHECK(subject.tool.Run(L"explain nothing").code == ERROR_UNKNOWN_PRODUCT);
-    CHECK(subject.tool.Run(L"explain").code == ERROR_INVALID_COMMAND_LINE);
-}

@@ -222,20 +222,6 @@ TEST_CASE(
     }
 }
 
-TEST_CASE("a whole catalogue is removed as far as it is installed, or in full") {
-    Machine machine;
-    machine.EmbedRemovalOfFamily();
-    CHECK(machine.tool.Run(L"remove --all-installed --catalogue family --yes").code == ERROR_SUCCESS);
-    const std::vector<json> forced = Events(machine.tool.Run(L"remove --force-all --catalogue family --yes --json"));
-    CHECK(ProductsBegun(forced) == Names{"A", "B", "C"});
-    machine.Install(L"A");
-    machine.Install(L"C");
-    const ToolRun run = machine.tool.Run(L"remove --all-installed --catalogue family --yes --json");
-    CHECK(run.code == ERROR_SUCCESS);
-    CHECK(ProductsBegun(Events(run)) == Names{"A", "C"});
-    CHECK(machine.registry.Dump(kNative).empty());
-}
-
 TEST_CASE("a failed kind of operations is counted, and the progress shown stops at 100") {
     Machine machine;
     machine.InstallF();

@@ -60,14 +60,6 @@ std::vector<DWORD> g_sleeps;
 void WINAPI RecordSleep(DWORD milliseconds) {
     g_sleeps.push_back(milliseconds);
 }
-BOOL WINAPI RefuseMove(LPCWSTR, LPCWSTR, DWORD) {
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-}
-HANDLE WINAPI RefuseFind(LPCWSTR, WIN32_FIND_DATAW*) {
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return INVALID_HANDLE_VALUE;
-}
 LONG WINAPI RefuseDeleteValue(HKEY, LPCWSTR) {
     return ERROR_ACCESS_DENIED;
 }
@@ -149,25 +141,6 @@ TEST_CASE("progress: 30 for the walk, 70 for the execution, never clamped") {
     }
 }
 
-TEST_CASE("progress of the walk: each listed version is worth the same, the rest comes at the end") {
-    struct {
-        int versions;
-        std::vector<LONG> atVersions;  // at the start of "v", which is listed every second time
-    } const rows[] = {{0, {}}, {4, {0, 14}}, {7, {0, 8, 16, 24}}, {31, std::vector<LONG>(16, 0)}};
-    for (const auto& row : rows) {
-        std::wstring list;
-        for (int index = 0; index < row.versions; ++index) {
-            list += index % 2 == 0 ? L"<v/>" : L"<missing/>";
-        }
-        Removal removal;
-        CHECK(Remove(removal,
-                     L"<uninstall_information><version_list>" + list + L"</version_list><v/></uninstall_information>"));
-        CHECK(removal.progressAtVersions == row.atVersions);
-        CHECK(Notifications::events == Heard({}));  // though every version failed
-        CHECK(Notifications::progress.back() == 30);
-    }
-}
-
 TEST_CASE("a refused key, held files, a tool that cannot start and a missing library stop nothing") {
     const TempFolder folder;
     const RegistrySandbox sandbox;
@@ -213,28 +186,6 @@ TEST_CASE("a refused key, held files, a tool that cannot start and a missing lib
         INFO(Utf8(function));
         CHECK(log.Of(std::wstring(L"CProductUninstall::") + function) == lines);
     }
-}
-
-TEST_CASE("what the restart cannot be given fails the removal; a folder that cannot be listed is not given to it") {
-    const TempFolder folder;
-    const std::wstring held = folder.WriteFile(L"held");
-    RecordedLog log;
-    {
-        const OwnedHandle hold = Hold(held);
-        const ImportPatch refuse("MoveFileExW", &RefuseMove);
-        Removal removal;
-        CHECK_FALSE(Remove(removal, Script(Named(L"del_file", held))));
-        CHECK(removal.RestartRequired());
-        CHECK(Notifications::events == Heard({L"2/0"}));
-    }
-    CHECK(log.Has(kWarning, L"CProductUninstall::DeleteAtRestart", L"MoveFileEx " + Quoted(held) + L" failed 0x5"));
-    const ImportPatch refuse("FindFirstFileW", &RefuseFind);
-    Removal removal;
-    CHECK(Remove(removal, Script(Named(L"del_folder", folder.Path()))));
-    CHECK_FALSE(removal.RestartRequired());
-    CHECK(Notifications::events == Heard({L"3/2"}));
-    CHECK(log.Of(L"CProductUninstall::ExecuteCachedOp_DelFolder") ==
-          Lines{L"4 failed _ERROR_UNKNOWN delete folder " + Quoted(folder.Path())});
 }
 
 TEST_CASE("library methods are judged when their turn comes") {

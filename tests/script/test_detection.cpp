@@ -77,11 +77,6 @@ void WINAPI RecordSleep(DWORD milliseconds) {
     g_sleeps.push_back(milliseconds);
 }
 
-int RefuseStatus(const wchar_t*, struct _stat64*) {
-    errno = ENOENT;
-    return -1;
-}
-
 }  // namespace
 
 TEST_CASE("a section passes when the scores of what is there reach the minimum") {
@@ -312,42 +307,4 @@ TEST_CASE("what each operation takes for a sign") {
     }
     const bool otherView = machine.JudgeVersion(L"", Section(L"del_regkey", L"name='KEY\\only32' mandatory='yes'"));
     CHECK(otherView == !UnderWow64());
-}
-
-TEST_CASE("a link's target is compared whole with rel_target, and of data_str only ended pieces are searched for") {
-    Machine machine;
-    const auto found = [&machine](const std::wstring& opCode, const std::wstring& attributes) {
-        return machine.JudgeVersion(L"", Section(opCode, attributes + L" mandatory='yes'"));
-    };
-    const std::wstring links = L"rel_shortcut='app_path' path='links' target_name='app.exe' ";
-    {
-        // A link that matches is looked at, and then it is gone; one that does not is passed over.
-        const ImportPatch gone("_wstat64", &RefuseStatus);
-        CHECK_FALSE(found(L"del_shortcut", links));
-        CHECK_FALSE(found(L"del_shortcut", links + L"rel_target='app_path'"));
-        CHECK(found(L"del_shortcut", links + L"rel_target='windows_folder'"));
-    }
-
-    // A match ends the search before it comes to the subkeys.
-    const struct {
-        const wchar_t* attributes;
-        bool matched;
-    } rows[] = {
-        {L"data_str='match;'", true},
-        {L"data_str='atc;none'", true},
-        {L"data_str='match'", false},
-        {L"data_str='none;match'", false},
-        {L"data_str='atc;' complete_str='yes'", false},
-        {L"data_str='atc;' complete_str='YES'", true},
-        {L"data_str='match;' complete_str='yes'", true},
-    };
-    for (const auto& row : rows) {
-        INFO(Utf8(row.attributes));
-        CHECK(found(L"del_regkey", L"name='KEY\\native' " + std::wstring(row.attributes)));
-        bool wentOn = false;
-        for (const std::wstring& line : machine.log.Of(L"CRegKeyHelper::CheckKeySearch")) {
-            wentOn = wentOn || line.starts_with(L"4 RegOpenKeyEx");
-        }
-        CHECK(wentOn == !row.matched);
-    }
 }

@@ -189,25 +189,7 @@ TEST_CASE("the application path comes of a REG_SZ value, else of the install fol
     }
 }
 
-namespace {
-
-HRESULT WINAPI RefuseFolder(HWND, int, HANDLE, DWORD, LPWSTR) {
-    return E_FAIL;
-}
-LONG WINAPI RefuseValue(HKEY, LPCWSTR, DWORD*, DWORD*, BYTE*, DWORD*) {
-    return ERROR_FILE_NOT_FOUND;
-}
-
-}  // namespace
-
-TEST_CASE("without the system's program files the fixed folder takes their place") {
-    const ComScope com;
-    const ImportPatch folder("SHGetFolderPathW", &RefuseFolder);
-    const ImportPatch value("RegQueryValueExW", &RefuseValue);
-    Walked<Recorder> recorder;
-    recorder.Walk(Script(L""));
-    CHECK(recorder.appPaths == Lines{L"c:\\program files\\P"});
-}
+namespace {}  // namespace
 
 TEST_CASE("a section runs its elements as it stands for them, and tells how it went") {
     const Lines attributesMissing = {L"4 failed get element attributes"};
@@ -258,60 +240,4 @@ TEST_CASE("a section runs its elements as it stands for them, and tells how it w
         const bool failed = row.events != Lines{L"2/0"};
         CHECK(log.Of(L"CProductConfig::ProcessNTVersion") == (failed ? Lines{L"4 ProcessSection failed"} : Lines{}));
     }
-}
-
-TEST_CASE("each operation has a handler and an event of its own") {
-    const struct {
-        const wchar_t* opCode;
-        const wchar_t* handler;
-        const wchar_t* event;
-    } rows[] = {
-        {L"del_file", L"DelFile", L"2"},
-        {L"DEL_FOLDER", L"DelFolder", L"3"},
-        {L"del_shortcut", L"DelShortcut", L"4"},
-        {L"del_regkey", L"DelRegKey", L"5"},
-        {L"del_regvalue", L"DelRegVal", L"6"},
-        {L"kill_process", L"KillProcess", L"8"},
-        {L"exec_tool", L"ExecTool", L"7"},
-        {L"disable_driver", L"DisableDriver", L"9"},
-        {L"disable_service", L"DisableService", L"10"},
-        {L"disableandstop_driver", L"StopDriver", L"11"},
-        {L"DisableAndStop_Service", L"StopService", L"12"},
-    };
-    const ComScope com;
-    for (const auto& row : rows) {
-        const std::wstring call = std::wstring(row.handler) + L" op_code=" + row.opCode;
-        Walked<Recorder> recorder;
-        recorder.Walk(Script(Section(row.opCode, L"") + L"<s op_code='" + row.opCode + L"'><a fail=''/></s>"));
-        CHECK(recorder.calls == Lines{call, std::wstring(row.handler) + L" fail= op_code=" + row.opCode});
-        CHECK(g_events == Lines{std::wstring(row.event) + L"/0", std::wstring(row.event) + L"/2"});
-        Walked<Recorder> silent(nullptr);
-        CHECK(silent.Walk(Script(Section(row.opCode, L""))));
-        CHECK(g_events.empty());
-    }
-}
-
-TEST_CASE("the log of a walk, line by line") {
-    const ComScope com;
-    const RecordedLog log;
-    Walked<Recorder> recorder;
-    CHECK(recorder.Walk(Script(L"<s op_code='del_files'><a z='1' b='2'/></s>")));
-    const std::wstring walker = L"CProductConfig::";
-    const std::vector<LogLine> expected = {
-        {16, L"Walk", L"->ProcessVersion v1"},
-        {4, walker + L"GetAppPath", L"can't load \"app_path\" node 0x1"},
-        {8, walker + L"ProcessVersion", L"can't load app_path"},
-        {16, walker + L"ProcessVersion", L"app_path = \"C:\\Program Files\\P\""},
-        {16, walker + L"ProcessSection", L"->node \"a\""},
-        {16, walker + L"ExecOperation", L"-> b = \"2\"; op_code = \"del_files\"; z = \"1\"; "},
-        {16, walker + L"ExecOperation", L"op_code = \"del_files\""},
-        {4, walker + L"ExecOperation", L"unknown op_code \"del_files\""},
-        {4, walker + L"ProcessSection", L"ExecOperation failed"},
-        {16, walker + L"ProcessSection", L"<-node \"a\""},
-        {4, walker + L"ProcessNTVersion", L"ProcessSection failed"},
-        {16, L"Walk", L"<-ProcessVersion v1, result = true"},
-    };
-    std::vector<LogLine> lines = log.Lines();
-    std::erase_if(lines, [](const LogLine& line) { return line.function.starts_with(L"CSpecialFolder::"); });
-    CHECK(lines == expected);
 }
