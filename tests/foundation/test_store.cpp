@@ -88,13 +88,6 @@ std::wstring TextOf(const CConfigFileMngr& store) {
     return text;
 }
 
-BOOL WINAPI RefuseProvider(HCRYPTPROV*, LPCWSTR, LPCWSTR, DWORD, DWORD) {
-    return FALSE;
-}
-BOOL WINAPI RefuseDecrypt(HCRYPTKEY, HCRYPTHASH, BOOL, DWORD, BYTE*, DWORD*) {
-    return FALSE;
-}
-
 int g_updatesEnded = 0;
 BOOL WINAPI RefuseUpdate(HANDLE, LPCWSTR, LPCWSTR, WORD, LPVOID, DWORD) {
     return FALSE;
@@ -145,38 +138,6 @@ TEST_CASE("the store deciphers its resource and keeps the text up to the first z
     g_played.freed = FALSE;
     CHECK(store.LoadFromResource(101) == ERROR_GEN_FAILURE);
     CHECK(TextOf(store) == text);
-}
-
-TEST_CASE("without a key, or when it is refused, the store takes the bytes as they are") {
-    CConfigFileMngr store;
-    const PlayedResource foreign(BytesOf("no document"));
-    {
-        const ImportPatch noProvider("CryptAcquireContextW", &RefuseProvider);
-        CHECK(store.LoadFromResource(101) == ERROR_GEN_FAILURE);
-    }
-    CHECK(TextOf(store) == L"no document");
-
-    const ImportPatch refused("CryptDecrypt", &RefuseDecrypt);
-    g_played.bytes = BytesOf("other bytes");
-    CHECK(store.LoadFromResource(101) == ERROR_GEN_FAILURE);
-    CHECK(TextOf(store) == L"other bytes");
-    g_played.bytes.back() = 0xFF;
-    CHECK_THROWS_WITH_AS(store.LoadFromResource(101), "bad conversion", std::range_error);
-    CHECK(TextOf(store) == L"other bytes");
-}
-
-TEST_CASE("a document cut short is never taken for whole") {
-    Bytes cut = Enciphered(BytesOf("<a>a text of several blocks</a>"));
-    cut.pop_back();
-    const PlayedResource resource(cut);
-    CConfigFileMngr store;
-    DWORD code = ERROR_GEN_FAILURE;
-    try {
-        code = store.LoadFromResource(101);
-    } catch (const std::range_error&) {  // a provider may have touched the bytes before it refused them
-    }
-    CHECK(code == ERROR_GEN_FAILURE);
-    CHECK(TextOf(store).find(L"several blocks") == std::wstring::npos);
 }
 
 TEST_CASE("ReadData looks at a resource of the host and never writes the pointer") {

@@ -22,34 +22,7 @@ DWORD WINAPI WriteMany(void* parameter) {
     return 0;
 }
 
-// Stand-in for a disk that is full after the first bytes of a line.
-BOOL WINAPI WriteFewBytes(HANDLE file, const void* bytes, DWORD, DWORD* written, OVERLAPPED*) {
-    DWORD ignored = 0;
-    ::WriteFile(file, bytes, 10, &ignored, nullptr);
-    *written = 10;
-    ::SetLastError(ERROR_DISK_FULL);
-    return FALSE;
-}
-
-HANDLE OpenAlone(const std::wstring& path) {
-    return ::CreateFileW(path.c_str(), GENERIC_READ, 0, nullptr, OPEN_EXISTING, 0, nullptr);
-}
-
 }  // namespace
-
-TEST_CASE("without a path the log goes to the folder for temporary files") {
-    TempFolder folder;
-    wchar_t before[MAX_PATH] = {};
-    ::GetEnvironmentVariableW(L"TMP", before, MAX_PATH);
-    ::SetEnvironmentVariableW(L"TMP", folder.Path().c_str());
-    {
-        LogDll log;
-        REQUIRE(log.LogInit() == S_OK);
-        CHECK(log.Write(4, L"here") == S_OK);
-    }
-    ::SetEnvironmentVariableW(L"TMP", before);
-    CHECK(Texts(folder.Path(L"prodrm.log")) == "here");
-}
 
 TEST_CASE_FIXTURE(OpenLog, "append keeps what the file holds, new empties it once") {
     folder.WriteFile(L"log.txt", "t\ti\tl\tm\tf\told\r\n");
@@ -94,37 +67,6 @@ TEST_CASE_FIXTURE(OpenLog, "a full file is handed on, and the oldest one goes") 
     REQUIRE(log.Write(4, L"alone") == S_OK);
     CHECK(Texts(path) == "alone");
     CHECK(folder.Tree().size() == 3);
-}
-
-TEST_CASE_FIXTURE(OpenLog, "a file that cannot be handed on goes on growing") {
-    folder.WriteFile(L"log.txt.1", "");
-    log.LogSetMaxSize(300);
-    log.LogSetDepth(1);
-    const HANDLE held = OpenAlone(path + L".1");
-    std::string expected;
-    for (int i = 0; i < 20; ++i) {
-        REQUIRE(log.Write(4, L"%d", i) == S_OK);
-        expected += (i == 0 ? "" : "|") + std::to_string(i);
-    }
-    CHECK(Texts(path) == expected);
-    ::CloseHandle(held);
-    CHECK(Eventually([&] {
-        log.Write(4, L"more");
-        return Texts(path + L".1").find(expected) == 0;
-    }));
-}
-
-TEST_CASE_FIXTURE(OpenLog, "a file that another process has handed on is let go") {
-    REQUIRE(log.Write(4, L"0") == S_OK);
-    REQUIRE(::MoveFileW(path.c_str(), folder.Path(L"moved").c_str()));
-    int next = 1;
-    CHECK(Eventually([&] { return log.Write(4, L"%d", next++) == S_OK && FileExists(path); }));
-    const std::string all = Texts(folder.Path(L"moved")) + '|' + Texts(path);
-    std::string expected = "0";
-    for (int i = 1; i < next; ++i) {
-        expected += '|' + std::to_string(i);
-    }
-    CHECK(all == expected);
 }
 
 // Two copies of the module know as little of each other as two processes do.
@@ -189,40 +131,6 @@ TEST_CASE_FIXTURE(OpenLog, "a file that cannot be opened costs lines, not the ca
     CHECK(lines[1].level == "WARNING");
     CHECK(lines[1].text == std::to_string(lost) + " lines before this one could not be written");
     CHECK(lines[2].text == "found");
-}
-
-TEST_CASE_FIXTURE(OpenLog, "the line after a torn one starts on its own") {
-    log.Write(4, L"whole");
-    {
-        const ImportPatch patch("WriteFile", &WriteFewBytes, log.Handle());
-        CHECK(log.Write(4, L"torn") == HRESULT_FROM_WIN32(ERROR_DISK_FULL));
-        CHECK(log.Write(4, L"not tried") == HRESULT_FROM_WIN32(ERROR_DISK_FULL));
-    }
-    REQUIRE(Eventually([&] { return log.Write(4, L"after") == S_OK; }));
-    REQUIRE(log.LogDeinit() == S_OK);
-    const std::string bytes = ReadBytes(path);
-    const std::size_t tear = bytes.find("whole\r\n") + 7;
-    CHECK(bytes.substr(tear + 10, 2) == "\r\n");
-    CHECK(bytes.substr(bytes.size() - 8) == "\tafter\r\n");
-    CHECK(bytes.find(" could not be written\r\n") != std::string::npos);
-}
-
-TEST_CASE_FIXTURE(OpenLog, "the last hold closes the file, and parting calls do not open it again") {
-    REQUIRE(log.LogInit() == S_OK);
-    REQUIRE(log.Write(4, L"1") == S_OK);
-    CHECK(log.LogDeinit() == S_OK);
-    CHECK(log.LogRemoveModule("Some::User") == S_OK);
-    CHECK(Texts(path) == "1|leaves the log");
-    ::SetLastError(4321);
-    CHECK(log.LogDeinit() == S_OK);
-    CHECK(log.LogUninitDeskMetrics() == S_FALSE);
-    CHECK(log.LogRemoveModule("Some::User") == S_OK);
-    CHECK(log.LogDeinit() == S_FALSE);
-    CHECK(log.Write(4, L"2") == HRESULT_FROM_WIN32(ERROR_NOT_READY));
-    CHECK_FALSE(log.LogIsEnabled());
-    CHECK(::GetLastError() == 4321);
-    CHECK(IsClosed(path));
-    CHECK(Texts(path) == "1|leaves the log");
 }
 
 TEST_CASE_FIXTURE(OpenLog, "unloading closes the file, and the module can be loaded again") {

@@ -29,21 +29,6 @@ TEST_CASE_FIXTURE(OpenLog, "a settings file sets what it names, or nothing at al
     CHECK(log.LogApplySettings() == HRESULT_FROM_WIN32(ERROR_FILE_NOT_FOUND));
 }
 
-TEST_CASE("the first hold reads the settings file") {
-    TempFolder folder;
-    LogDll log;
-    log.LogSetSettingsFile(folder.WriteFile(L"set.ini", "[log]\r\nlevel=8\r\n").c_str());
-    CHECK(log.LogInit() == S_OK);
-    CHECK(log.LogGetLevel() == 8);
-    folder.WriteFile(L"set.ini", "[log]\r\nlevel=4\r\ntype=9\r\n");
-    CHECK(log.LogInit() == S_OK);
-    log.LogDeinit();
-    log.LogDeinit();
-    CHECK(log.LogInit() == HRESULT_FROM_WIN32(ERROR_INVALID_DATA));
-    CHECK(log.LogGetLevel() == 8);
-    CHECK(log.LogIsEnabled());
-}
-
 TEST_CASE_FIXTURE(OpenLog, "a monitored settings file is read again once it has changed") {
     log.LogSetSettingsFile(folder.WriteFile(L"set.ini", "[log]\r\nlevel=8\r\n").c_str());
     log.Write(4, L"not monitored");

@@ -267,19 +267,3 @@ TEST_CASE("the native system folder is meant under WOW64, and the state found co
     CHECK(FileExists(file));
     RemoveTree(path);
 }
-
-TEST_CASE("adding to a long restart list stays quick") {
-    RestartList restart;
-    COperations operations(&restart);
-    const DWORD start = ::GetTickCount();
-    for (int round = 0; round < 2; ++round) {
-        for (int i = 40000; i > 0; --i) {
-            operations.AddRestartDel(L"C:\\Program Files\\Some Product\\Some Component\\Resources\\" +
-                                     std::to_wstring(i));
-        }
-    }
-    CHECK(::GetTickCount() - start < 5000);
-    CHECK(restart.Paths().size() == 40000);
-    restart.Sort();
-    CHECK(std::is_sorted(restart.Paths().begin(), restart.Paths().end()));
-}

@@ -55,92 +55,20 @@ private:
     PROCESS_INFORMATION m_process = {};
 };
 
-// What the process calls are made to refuse, by last error (0: nothing) or count, and what was seen of them.
-struct Faults {
-    int openProcess = 0;
-    int terminateProcess = 0;
-    DWORD threadToken = ERROR_NO_TOKEN;
-    DWORD processToken = 0;
-    DWORD adjust = 0;
-} g_faults;
+// The process that refuses to be opened.
 DWORD g_protected = 0;
-HANDLE g_token = nullptr;
-std::vector<DWORD> g_adjustments;  // the first privilege's attributes, call by call
-
-BOOL Refuse(DWORD error) {
-    ::SetLastError(error);
-    return FALSE;
-}
-
-HANDLE(WINAPI* g_openProcess)(DWORD, BOOL, DWORD) = nullptr;
+decltype(&::OpenProcess) g_openProcess = nullptr;
 HANDLE WINAPI OpenUnlessProtected(DWORD access, BOOL inherit, DWORD id) {
-    if (id == g_protected && g_faults.openProcess-- > 0) {
+    if (id == g_protected) {
         ::SetLastError(ERROR_ACCESS_DENIED);
         return nullptr;
     }
     return access == PROCESS_TERMINATE ? g_openProcess(access, inherit, id) : nullptr;
 }
 
-BOOL(WINAPI* g_terminate)(HANDLE, UINT) = nullptr;
-BOOL WINAPI TerminateUnlessRefused(HANDLE process, UINT code) {
-    return g_faults.terminateProcess-- > 0 ? Refuse(ERROR_GEN_FAILURE) : g_terminate(process, code);
-}
-
-BOOL WINAPI RefuseThreadToken(HANDLE, DWORD, BOOL, HANDLE*) {
-    return Refuse(g_faults.threadToken);
-}
-
-BOOL(WINAPI* g_openToken)(HANDLE, DWORD, HANDLE*) = nullptr;
-BOOL WINAPI NoteProcessToken(HANDLE process, DWORD access, HANDLE* token) {
-    const BOOL opened =
-        g_faults.processToken != 0 ? Refuse(g_faults.processToken) : g_openToken(process, access, token);
-    g_token = opened ? *token : nullptr;
-    return opened;
-}
-
-BOOL(WINAPI* g_adjust)(HANDLE, BOOL, TOKEN_PRIVILEGES*, DWORD, TOKEN_PRIVILEGES*, DWORD*) = nullptr;
-BOOL WINAPI NoteAdjustment(HANDLE token, BOOL all, TOKEN_PRIVILEGES* wanted, DWORD size, TOKEN_PRIVILEGES* previous,
-                           DWORD* previousSize) {
-    CHECK(size == 0x10);
-    g_adjustments.push_back(wanted->PrivilegeCount == 0 ? 0 : wanted->Privileges[0].Attributes);
-    if (g_faults.adjust != 0) {
-        ::SetLastError(g_faults.adjust);
-        return g_faults.adjust == ERROR_NOT_ALL_ASSIGNED;
-    }
-    // Clears the state first, so that the privilege is there to be enabled and restored.
-    TOKEN_PRIVILEGES off = *wanted;
-    off.Privileges[0].Attributes = 0;
-    if (previous != nullptr) {
-        g_adjust(token, FALSE, &off, sizeof off, nullptr, nullptr);
-    }
-    return g_adjust(token, all, wanted, size, previous, previousSize);
-}
-
-class ProcessPatches {
-public:
-    ProcessPatches() {
-        g_openProcess = m_open.Original<decltype(g_openProcess)>();
-        g_terminate = m_terminate.Original<decltype(g_terminate)>();
-        g_openToken = m_processToken.Original<decltype(g_openToken)>();
-        g_adjust = m_adjust.Original<decltype(g_adjust)>();
-    }
-
-private:
-    ImportPatch m_open{"OpenProcess", &OpenUnlessProtected};
-    ImportPatch m_terminate{"TerminateProcess", &TerminateUnlessRefused};
-    ImportPatch m_threadToken{"OpenThreadToken", &RefuseThreadToken};
-    ImportPatch m_processToken{"OpenProcessToken", &NoteProcessToken};
-    ImportPatch m_adjust{"AdjustTokenPrivileges", &NoteAdjustment};
-};
-
 bool IsOpen(HANDLE handle) {
     DWORD flags = 0;
     return ::GetHandleInformation(handle, &flags) != FALSE;
-}
-
-HANDLE WINAPI NoSnapshot(DWORD, DWORD) {
-    ::SetLastError(ERROR_BAD_LENGTH);
-    return INVALID_HANDLE_VALUE;
 }
 
 PROCESS_INFORMATION g_tool = {};
@@ -190,9 +118,9 @@ TEST_CASE("KillProcess tries every process of the name and tells of failures onl
 
     const Victim spared(folder.Path(image));
     const Victim ended(folder.Path(image));
-    const ProcessPatches patches;
+    const ImportPatch patch("OpenProcess", &OpenUnlessProtected);
+    g_openProcess = patch.Original<decltype(g_openProcess)>();
     g_protected = spared.Id();
-    g_faults = {.openProcess = 2};
     CHECK(operations.KillProcess(asked) == _ERROR_FAILED);
     CHECK(ended.ExitCode(5000) == 0);
     CHECK(spared.ExitCode(0) == STILL_ACTIVE);
@@ -205,58 +133,9 @@ TEST_CASE("KillProcess tries every process of the name and tells of failures onl
         CHECK(log.Count(level, L"COperations::KillProcess", text) == 1);
     }
 
-    g_faults = {};
+    g_protected = 0;
     CHECK(operations.KillProcess(asked) == _ERROR_NOT_FOUND);
     CHECK(spared.ExitCode(5000) == 0);
-}
-
-TEST_CASE("a process that does not open is tried once more under the debug privilege") {
-    RecordedLog log;
-    const TempFolder folder;
-    const std::wstring image = L"prodrm-kept-" + std::to_wstring(::GetCurrentProcessId()) + L".exe";
-    REQUIRE(::CopyFileW(BesideTest(L"tool.exe").c_str(), folder.Path(image).c_str(), TRUE));
-    const Victim victim(folder.Path(image));
-    const ProcessPatches patches;
-    g_protected = victim.Id();
-
-    const std::wstring open1 = L"8 OpenProcess 1 failed 0x5";
-    const std::wstring another = L"16 Try another way ... AdjustTokenPrivileges";
-    struct Row {
-        Faults faults;
-        Lines lines;
-        std::vector<DWORD> adjustments;
-    };
-    const Row rows[] = {
-        {{.openProcess = 1, .threadToken = 5}, {open1, another, L"4 OpenThreadToken failed 0x5"}, {}},
-        {{.openProcess = 1, .processToken = 6}, {open1, another, L"4 OpenProcessToken failed 0x6"}, {}},
-        {{.openProcess = 1, .adjust = 87}, {open1, another, L"4 AdjustTokenPrivileges failed 0x57"}, {2}},
-        {{.openProcess = 1, .adjust = ERROR_NOT_ALL_ASSIGNED},
-         {open1, another, L"4 AdjustTokenPrivileges failed 0x5"},
-         {2}},
-        {{.openProcess = 2}, {open1, another, L"4 OpenProcess 2 failed 0x5"}, {2, 0}},
-        {{.terminateProcess = 2},
-         {L"4 TerminateProcess 1 failed 0x1f", another, L"4 TerminateProcess 2 failed 0x1f"},
-         {2, 0}},
-    };
-    for (const Row& row : rows) {
-        CAPTURE(&row - rows);
-        g_faults = row.faults;
-        g_adjustments.clear();
-        log.Clear();
-        CHECK(COperations().KillProcess(image) == _ERROR_FAILED);
-        CHECK(log.Of(L"COperations::KillProcess_") == row.lines);
-        CHECK(g_adjustments == row.adjustments);
-        CHECK_FALSE(IsOpen(g_token));
-        CHECK(victim.ExitCode(0) == STILL_ACTIVE);
-    }
-
-    g_faults = {.openProcess = 1};
-    CHECK(COperations().KillProcess(image) == _ERROR_NOT_FOUND);
-    CHECK(victim.ExitCode(5000) == 0xFFFFFFFF);
-
-    const ImportPatch snapshot("CreateToolhelp32Snapshot", &NoSnapshot);
-    CHECK(COperations().KillProcess(image) == _ERROR_UNKNOWN);
-    CHECK(log.Has(kError, L"COperations::KillProcess", L"failed CreateToolhelp32Snapshot 0x18"));
 }
 
 TEST_CASE("ExecTool hands the command line on and judges the start alone") {

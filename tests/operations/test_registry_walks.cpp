@@ -177,48 +177,6 @@ TEST_CASE("enumerations grow their buffers and ask for the same entry again") {
     CHECK_FALSE(log.Has(kInfo, L"CRegKeyHelper::CheckKeySearch", L"RegEnumValue ERROR_MORE_DATA"));
 }
 
-TEST_CASE("one text is read into a fixed buffer") {
-    const RegistrySandbox sandbox;
-    const RecordedLog log;
-    const std::wstring longest(129, L'x');
-    sandbox.SetString(L"", L"longest", longest, View::Bits64);
-    sandbox.SetString(L"", L"too long", longest + L'x', View::Bits64);
-    sandbox.SetValue(L"", L"unterminated", REG_SZ, (longest + L"yz").data(), 0x104, View::Bits64);
-    sandbox.SetValue(L"", L"expand", REG_EXPAND_SZ, L"x", 4, View::Bits64);
-    const auto read = [&](const std::wstring& name, std::wstring& text) {
-        wchar_t buffer[131] = {};
-        const OperationResult result = CRegKeyHelper::GetValue(HKEY_LOCAL_MACHINE, sandbox.Subkey(), name, buffer);
-        CHECK(buffer[130] == L'\0');
-        text = buffer;
-        return result;
-    };
-    std::wstring text;
-    CHECK(read(L"longest", text) == _ERROR_SUCCESS);
-    CHECK(text == longest);
-    CHECK(read(L"unterminated", text) == _ERROR_SUCCESS);
-    CHECK(text == longest + L'y');
-    CHECK(read(L"too long", text) == _ERROR_NOT_FOUND);
-    CHECK(read(L"expand", text) == _ERROR_NOT_FOUND);
-    CHECK(read(L"absent", text) == _ERROR_NOT_FOUND);
-    wchar_t buffer[131] = {};
-    const std::wstring absent = sandbox.Subkey(L"absent");
-    CHECK(CRegKeyHelper::GetValue(HKEY_LOCAL_MACHINE, absent, L"", buffer) == _ERROR_NOT_FOUND);
-    {
-        RegistryFaults faults;
-        faults.refusedOpen = L"absent";
-        CHECK(CRegKeyHelper::GetValue(HKEY_LOCAL_MACHINE, absent, L"", buffer) == _ERROR_FAILED);
-        CHECK(faults.access == std::vector<REGSAM>{UnderWow64() ? 0x101u : 0x1u});
-    }
-    CHECK(CRegKeyHelper::GetValue(kNoHive, absent, L"", buffer) != _ERROR_SUCCESS);
-    const std::wstring key = L"HKEY_LOCAL_MACHINE\\" + sandbox.Subkey();
-    CHECK(log.Of(L"CRegKeyHelper::GetValue") ==
-          Texts{L"4 RegQueryValueEx failed " + key + L" too long error = 0xea",
-                L"4 RegQueryValueEx failed " + key + L" expand, type must be REG_SZ",
-                L"4 RegQueryValueEx failed " + key + L" absent error = 0x2",
-                L"4 RegOpenKeyEx failed " + key + L"\\absent error = 0x2",
-                L"4 RegOpenKeyEx failed " + key + L"\\absent error = 0x5"});
-}
-
 TEST_CASE("checks of keys") {
     const RegistrySandbox sandbox;
     const RecordedLog log;

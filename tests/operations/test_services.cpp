@@ -80,15 +80,6 @@ void WINAPI StepInsteadOfSleep(DWORD milliseconds) {
     g_stepped->Step();
 }
 
-BOOL WINAPI RefusedControl(SC_HANDLE, DWORD, SERVICE_STATUS*) {
-    ::SetLastError(ERROR_ACCESS_DENIED);
-    return FALSE;
-}
-
-BOOL WINAPI FailedQuery(SC_HANDLE, SERVICE_STATUS*) {
-    return FALSE;
-}
-
 SC_HANDLE WINAPI NoManager(const wchar_t*, const wchar_t*, DWORD) {
     return nullptr;
 }
@@ -137,19 +128,6 @@ TEST_CASE("a service is waited for while it changes state or counts on") {
         CHECK(g_pauses == std::vector<DWORD>(row.pauses, 40));  // the program's wait hint
         CHECK(service.State() == row.stateAfter);
     }
-}
-
-TEST_CASE("services that cannot be told to stop") {
-    CHECK(StopService(L"prodrm-no-such-service") == _ERROR_FAILED);
-    const TestService service(L"1:0");
-    CHECK(StopService(service.Name()) == _ERROR_SUCCESS);  // not running
-    {
-        const ImportPatch query("QueryServiceStatus", &FailedQuery);
-        CHECK(StopService(service.Name()) == _ERROR_FAILED);
-    }
-    // Any other refusal stands, whatever the state.
-    const ImportPatch control("ControlService", &RefusedControl);
-    CHECK(StopService(service.Name()) == _ERROR_FAILED);
 }
 
 TEST_CASE("DisableService sets the start type through the registry alone") {

@@ -113,15 +113,3 @@ TEST_CASE("a path that is no folder is acted on unread") {
     CHECK(operations.DelShortcut(file, L"x", true, nullptr) == _ERROR_SUCCESS);
     CHECK(folder.Tree().empty());
 }
-
-TEST_CASE("of a target's extension sixteen characters count, of its name all that a path can hold") {
-    const TempFolder folder;
-    const std::wstring name(220, L'n');
-    MakeLink(folder.Path(L"long.lnk"), L"C:\\t\\" + name + L".abcdefghijklmnopqrst");
-    const COperations operations;
-    Paths listed;
-    operations.ExpandShortcut(folder.Path(), name + L".abcdefghijklmnopqrst", false, listed);
-    CHECK(listed.empty());
-    operations.ExpandShortcut(folder.Path(), name + L".abcdefghijklmno", false, listed);
-    CHECK(listed.size() == 1);
-}
