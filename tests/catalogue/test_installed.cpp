@@ -6,6 +6,7 @@
 #include <doctest/doctest.h>
 
 #include "catalogue/CProduct.h"
+#include "foundation/dom.h"
 #include "operations/registry_faults.h"
 #include "support/com_scope.h"
 #include "support/library_folder.h"

@@ -1,5 +1,4 @@
-// What a scan lists of a script, and how its lists are asked. No text reaches a scan by its own road, so it is handed
-// one here.
+// What a scan lists of a script, and how its lists are asked. No text reaches a scan, but one that is made to arrive.
 
 #include <windows.h>
 
@@ -20,8 +19,6 @@ namespace {
 class Scan : public CProductCheckUse {
 public:
     Scan() : CProductCheckUse(L"staying.xml") {}
-
-    using CProductCheckUse::SortLists;
 
     // All that is listed, list after list, one text each.
     Lines Listed() const {
@@ -47,6 +44,12 @@ private:
         }
     }
 };
+
+// The scan of a text that arrives.
+Scan ScanOf(const std::wstring& text) {
+    const ArrivingText arriving(text);
+    return Scan();
+}
 
 View Native() {
     return UnderWow64() ? View::Bits64 : View::Default;
@@ -109,10 +112,7 @@ TEST_CASE("the six lists of all listed versions, sorted and each entry once") {
         return L"<" + std::wstring(name) + L"><install_folder name='P'/><win_nt>" + sections + L"</win_nt></" + name +
                L">";
     };
-    Walked<Scan> scan;
-    CHECK(scan.Walk(Document(L"<a/><none/><b/>", version(L"a", first) + version(L"b", second))));
-    CHECK(scan.Listed().size() > 25);  // repeats are still there
-    scan.SortLists();
+    Scan scan = ScanOf(Document(L"<a/><none/><b/>", version(L"a", first) + version(L"b", second)));
     CHECK(scan.Listed() == Lines{L"file #####C:\\m",
                                  L"file C:\\Program Files\\P\\m.sys",
                                  L"file C:\\Z",
@@ -140,7 +140,7 @@ TEST_CASE("the six lists of all listed versions, sorted and each entry once") {
     CHECK_FALSE(scan.HasRegValue(key, L"V1", false));
 
     const Lines listed = scan.Listed();
-    const Walked<Scan> moved(std::move(scan));
+    const Scan moved(std::move(scan));
     CHECK(moved.Listed() == listed);
     CHECK(moved.GetScriptName() == L"staying.xml");
     CHECK(scan.Listed().empty());
@@ -164,12 +164,10 @@ TEST_CASE("a tool is listed by its whole path, in lower case, whatever system it
     };
     const ComScope com;
     for (const auto& row : rows) {
-        Walked<Scan> scan;
-        scan.Walk(Script(Section(L"exec_tool", row.attributes)));
+        const Scan scan = ScanOf(Script(Section(L"exec_tool", row.attributes)));
         CHECK(scan.Listed() == Lines{L"tool " + row.listed});
     }
-    Walked<Scan> scan;
-    scan.Walk(Script(Section(L"exec_tool", rows[0].attributes)));
+    const Scan scan = ScanOf(Script(Section(L"exec_tool", rows[0].attributes)));
     CHECK(scan.HasTool(L"C:\\WINDOWS\\My Tool.exe", L" /a\tB C "));
     CHECK_FALSE(scan.HasTool(L"C:\\Windows\\MyTool.exe", L"/a\tbc"));
     CHECK_FALSE(scan.HasTool(L"C:\\Windows\\My Tool.exe", L"/abc"));

@@ -24,6 +24,11 @@ class Recorder : public CProductConfig {
 public:
     explicit Recorder(NotifyCallback notify = &Hear) : CProductConfig(L"a.xml", notify) { g_events.clear(); }
 
+    bool Walk(const std::wstring& text) {
+        const ArrivingText arriving(text);
+        return Process();
+    }
+
     Lines calls;     // "Handler name=value name=value"
     Lines appPaths;  // of each version
 
@@ -93,35 +98,38 @@ TEST_CASE("the versions walked are those of the list, in its order and by name")
     const Lines da = {L"16 ->ProcessVersion d", L"16 <-ProcessVersion d, result = false", a[0], a[1]};
     const struct {
         const wchar_t* listed;
-        bool result;
         Lines lines;
     } rows[] = {
-        {L"<a x='y'>z</a><b/>", true, ab},
-        {L"<A/><a/>", true, {L"8 the xml doesn't have <A>", a[0], a[1]}},
-        {L"<!--a--><a/>", true, {L"8 the xml doesn't have <#comment>", a[0], a[1]}},
-        {L"<a/><a/>", true, {a[0], a[1], a[0], a[1]}},
-        {L"<d/><a/>", true, da},  // a version that fails does not stop the next one
-        {L"<e/>", false, {L"8 the xml doesn't have <e>"}},
-        {L"", false, {}},
+        {L"<a x='y'>z</a><b/>", ab},
+        {L"<A/><a/>", {L"8 the xml doesn't have <A>", a[0], a[1]}},
+        {L"<!--a--><a/>", {L"8 the xml doesn't have <#comment>", a[0], a[1]}},
+        {L"<a/><a/>", {a[0], a[1], a[0], a[1]}},
+        {L"<d/><a/>", da},  // a version that fails does not stop the next one
+        {L"<e/>", {L"8 the xml doesn't have <e>"}},
+        {L"", {}},
     };
     const ComScope com;
     RecordedLog log;
     for (const auto& row : rows) {
         log.Clear();
-        Walked<Recorder> recorder;
-        CHECK(recorder.Walk(Document(row.listed, elements)) == row.result);
-        CHECK(log.Of(L"Walk") == row.lines);
+        Recorder recorder;
+        CHECK(recorder.Walk(Document(row.listed, elements)));  // whatever became of the versions
+        Lines lines = row.lines;
+        lines.insert(lines.begin(), L"16 \"a.xml\"");
+        lines.push_back(L"16 <- success");
+        CHECK(log.Of(L"CProductConfig::Process") == lines);
         CHECK(log.Of(L"CProductConfig::ReadVersions").empty());
         CHECK(g_events.empty());
     }
     log.Clear();
-    Walked<Recorder> recorder;
+    Recorder recorder;
     CHECK_FALSE(recorder.Walk(L"<uninstall_information>" + elements + L"</uninstall_information>"));
     CHECK(log.Of(L"CProductConfig::ReadVersions") == Lines{L"4 failed load version_list 0x1"});
     CHECK(g_events.empty());
     log.Clear();
     CHECK_FALSE(recorder.Walk(L"<information><version_list><a/></version_list>" + elements + L"</information>"));
-    CHECK(log.Of(L"Walk") == Lines{L"4 failed load \"uninstall_information\" node 0x1", L"4 failed \"a.xml\""});
+    CHECK(log.Of(L"CProductConfig::Process") ==
+          Lines{L"16 \"a.xml\"", L"4 failed load \"uninstall_information\" node 0x1", L"4 failed \"a.xml\""});
     CHECK(g_events == Lines{L"0/2"});
     CHECK(recorder.appPaths.empty());
 }
@@ -173,7 +181,7 @@ TEST_CASE("the application path comes of a REG_SZ value, else of the install fol
     RecordedLog log;
     for (const auto& row : rows) {
         log.Clear();
-        Walked<Recorder> recorder;
+        Recorder recorder;
         recorder.Walk(Document(L"<v/>", L"<v>" + row.content + L"</v>"));
         CHECK(recorder.appPaths == Lines{row.appPath});
         CHECK(log.Of(L"CProductConfig::GetAppPath") == row.lines);
@@ -188,8 +196,6 @@ TEST_CASE("the application path comes of a REG_SZ value, else of the install fol
         CHECK(log.Of(L"CProductConfig::ProcessVersion") == told);
     }
 }
-
-namespace {}  // namespace
 
 TEST_CASE("a section runs its elements as it stands for them, and tells how it went") {
     const Lines attributesMissing = {L"4 failed get element attributes"};
@@ -228,7 +234,7 @@ TEST_CASE("a section runs its elements as it stands for them, and tells how it w
     RecordedLog log;
     for (const auto& row : rows) {
         log.Clear();
-        Walked<Recorder> recorder;
+        Recorder recorder;
         INFO(Utf8(row.section));
         const std::wstring next = L"<s op_code='kill_process'/>";
         CHECK(recorder.Walk(Script(row.section + next)));

@@ -2,15 +2,15 @@
 
 #include <windows.h>
 
-#include <doctest/doctest.h>
+#include <oleauto.h>
 
 #include <string>
 #include <vector>
 
-#include "foundation/dom.h"
+#include "support/import_patch.h"
 #include "support/show_text.h"
 
-// Product scripts put together from their parts, and the walk of such a text by a processor.
+// Product scripts put together from their parts, and a road for them.
 
 using Lines = std::vector<std::wstring>;
 
@@ -44,27 +44,19 @@ inline std::wstring Script(const std::wstring& sections) {
     return Document(L"<v1/>", L"<v1><install_folder name=\"P\"/><win_nt>" + sections + L"</win_nt></v1>");
 }
 
-// A processor that walks the text it is given, from the list of versions on, whatever its own source is.
-template <typename Processor>
-class Walked : public Processor {
+// For a scope, a document that is asked to load no text gets this one. So a script reaches the processors whose source
+// hands out none, by their own road.
+class ArrivingText {
 public:
-    using Processor::Processor;
+    explicit ArrivingText(const std::wstring& text) { s_text = text; }
 
-    // False if the list of versions cannot be read; else whether one of the versions gave true.
-    bool Walk(const std::wstring& text) {
-        ComPtr<IXMLDOMDocument> document;
-        ComPtr<IXMLDOMNode> root;
-        HRESULT hr = S_OK;
-        REQUIRE(SUCCEEDED(dom::CreateDocument(document)));
-        REQUIRE(dom::LoadText(document.Get(), text.c_str(), hr));
-        std::vector<std::wstring> versions;
-        if (!this->SelectRoot(L"Walk", document.Get(), root) || !this->ReadVersions(root.Get(), versions)) {
-            return false;
-        }
-        bool result = false;
-        for (const std::wstring& version : versions) {
-            result = this->WalkListedVersion(L"Walk", root.Get(), version) || result;
-        }
-        return result;
+private:
+    static BSTR WINAPI Allocate(const OLECHAR* text) {
+        const std::wstring given = text != nullptr ? text : s_text;
+        return ::SysAllocStringLen(given.c_str(), static_cast<UINT>(given.size()));
     }
+
+    inline static std::wstring s_text;
+
+    ImportPatch m_patch{"SysAllocString", &Allocate};
 };
