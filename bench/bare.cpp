@@ -13,6 +13,27 @@ bool IsDots(const WIN32_FIND_DATAW& entry) {
     return name[0] == L'.' && (name[1] == L'\0' || (name[1] == L'.' && name[2] == L'\0'));
 }
 
+// Calls visit(path, is a folder) for each entry of a folder.
+template <typename Visit>
+void ForEachEntry(const std::wstring& folder, const Visit& visit) {
+    WIN32_FIND_DATAW entry;
+    const HANDLE find = ::FindFirstFileW((folder + L"\\*.*").c_str(), &entry);
+    if (find == INVALID_HANDLE_VALUE) {
+        return;
+    }
+    do {
+        if (!IsDots(entry)) {
+            visit(folder + L'\\' + entry.cFileName, (entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0);
+        }
+    } while (::FindNextFileW(find, &entry));
+    ::FindClose(find);
+}
+
+void DeleteEntry(const std::wstring& path) {
+    ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
+    ::DeleteFileW(path.c_str());
+}
+
 }  // namespace
 
 ComPtr<IXMLDOMDocument> BareLoad(const std::wstring& file) {
@@ -38,24 +59,13 @@ ComPtr<IXMLDOMDocument> BareLoadText(const std::wstring& text) {
 }
 
 void BareDeleteTree(const std::wstring& folder) {
-    WIN32_FIND_DATAW entry;
-    const HANDLE find = ::FindFirstFileW((folder + L"\\*.*").c_str(), &entry);
-    if (find == INVALID_HANDLE_VALUE) {
-        return;
-    }
-    do {
-        if (IsDots(entry)) {
-            continue;
-        }
-        const std::wstring path = folder + L'\\' + entry.cFileName;
-        if ((entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0) {
+    ForEachEntry(folder, [](const std::wstring& path, bool isFolder) {
+        if (isFolder) {
             BareDeleteTree(path);
         } else {
-            ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-            ::DeleteFileW(path.c_str());
+            DeleteEntry(path);
         }
-    } while (::FindNextFileW(find, &entry));
-    ::FindClose(find);
+    });
     ::SetFileAttributesW(folder.c_str(), FILE_ATTRIBUTE_NORMAL);
     ::RemoveDirectoryW(folder.c_str());
 }
@@ -105,16 +115,7 @@ bool BareOpenKey(HKEY hive, const std::wstring& subkey, REGSAM access) {
 }
 
 void BareDeleteLinks(const std::wstring& folder) {
-    WIN32_FIND_DATAW entry;
-    const HANDLE find = ::FindFirstFileW((folder + L"\\*.*").c_str(), &entry);
-    if (find == INVALID_HANDLE_VALUE) {
-        return;
-    }
-    do {
-        if (IsDots(entry)) {
-            continue;
-        }
-        const std::wstring path = folder + L'\\' + entry.cFileName;
+    ForEachEntry(folder, [](const std::wstring& path, bool) {
         wchar_t target[MAX_PATH] = {};
         WIN32_FIND_DATAW data;
         ComPtr<IShellLinkW> link;
@@ -124,8 +125,6 @@ void BareDeleteLinks(const std::wstring& folder) {
         link.As(IID_IPersistFile, file);
         file->Load(path.c_str(), 0);
         link->GetPath(target, MAX_PATH, &data, 0);
-        ::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL);
-        ::DeleteFileW(path.c_str());
-    } while (::FindNextFileW(find, &entry));
-    ::FindClose(find);
+        DeleteEntry(path);
+    });
 }

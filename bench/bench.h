@@ -21,6 +21,9 @@ struct Comparison {
 // Where the finished product lies: the folder named by the environment variable PRODRM_DIST.
 std::wstring DistFolder();
 
+// Text of ASCII characters, for the files that the benchmarks write.
+std::string Narrow(const std::wstring& text);
+
 // Seconds that `work` takes by the performance counter.
 double Seconds(const std::function<void()>& work);
 

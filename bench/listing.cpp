@@ -16,14 +16,6 @@ constexpr int kElements = 20;
 
 using ListExport = bool(__cdecl*)(SAFEARRAY**, ULONG);
 
-std::string Narrow(const std::wstring& text) {
-    std::string narrow;
-    for (const wchar_t unit : text) {
-        narrow += static_cast<char>(unit);
-    }
-    return narrow;
-}
-
 std::string VersionId(int product, int version) {
     return "prodrm-bench-" + std::to_string(product) + "-" + std::to_string(version);
 }

@@ -12,6 +12,14 @@ void Require(bool condition, const char* what) {
     }
 }
 
+std::string Narrow(const std::wstring& text) {
+    std::string narrow;
+    for (const wchar_t unit : text) {
+        narrow += static_cast<char>(unit);
+    }
+    return narrow;
+}
+
 std::wstring DistFolder() {
     wchar_t folder[MAX_PATH] = {};
     Require(::GetEnvironmentVariableW(L"PRODRM_DIST", folder, MAX_PATH) != 0, "PRODRM_DIST is not set");

@@ -19,14 +19,6 @@ constexpr int kMissing = 10000;  // elements of each of three kinds
 
 using UninstallExport = bool(__cdecl*)(const ProductEntry*, bool*, NotifyCallback);
 
-std::string Narrow(const std::wstring& text) {
-    std::string narrow;
-    for (const wchar_t unit : text) {
-        narrow += static_cast<char>(unit);
-    }
-    return narrow;
-}
-
 const char kCatalogue[] =
     "<uninstall_information><product name=\"product\" file=\"product.xml\"/></uninstall_information>";
 const char kScriptBegin[] = "<uninstall_information><version_list><v1/></version_list><v1><win_nt>";
