@@ -260,3 +260,16 @@ TEST_CASE("a plain inner array that fails is undone, and its product is listed w
         CHECK(TakeProducts(array, false).size() == 2);
     }
 }
+
+TEST_CASE("the extended array of versions tells of its failure, and what is left of it stays in the entry") {
+    const Installed installed;
+    SAFEARRAY* array = nullptr;
+    const std::vector<std::string> calls = {"AccessData", "DestroyData", "DestroyData", "UnaccessData",
+                                            "CoUninitialize"};
+    CHECK(CallsFrom("SafeArrayAccessData", 1, true, &array) == calls);
+    CHECK(installed.log.Of(L"AllocSafeArray") == Lines{L"4 SafeArrayAccessData failed 0x8007000e"});
+    CHECK(installed.log.Of(L"GetInstalledGuidsEx") == Lines{L"4 SafeArrayAllocDescriptor failed 0x8007000e"});
+    REQUIRE(Entry(array, 1).guids != nullptr);
+    CHECK(::SafeArrayDestroyDescriptor(std::exchange(Entry(array, 1).guids, nullptr)) == S_OK);
+    CHECK(TakeProducts(array, true).size() == 2);
+}

@@ -6,6 +6,7 @@
 
 #include <doctest/doctest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 
@@ -75,6 +76,11 @@ private:
 std::vector<DWORD> g_sleeps;
 void WINAPI RecordSleep(DWORD milliseconds) {
     g_sleeps.push_back(milliseconds);
+}
+
+int RefuseStatus(const wchar_t*, struct _stat64*) {
+    errno = ENOENT;
+    return -1;
 }
 
 }  // namespace
@@ -307,4 +313,35 @@ TEST_CASE("what each operation takes for a sign") {
     }
     const bool otherView = machine.JudgeVersion(L"", Section(L"del_regkey", L"name='KEY\\only32' mandatory='yes'"));
     CHECK(otherView == !UnderWow64());
+}
+
+TEST_CASE("a link's target is compared whole with rel_target, and of data_str only ended pieces are searched for") {
+    Machine machine;
+    const auto found = [&machine](const std::wstring& opCode, const std::wstring& attributes) {
+        return machine.JudgeVersion(L"", Section(opCode, attributes + L" mandatory='yes'"));
+    };
+    {
+        // A link that matches is looked at, and then it is gone; one that does not is passed over.
+        const ImportPatch gone("_wstat64", &RefuseStatus);
+        const std::wstring links = L"rel_shortcut='app_path' path='links' target_name='app.exe' ";
+        CHECK_FALSE(found(L"del_shortcut", links + L"rel_target='app_path'"));
+        CHECK(found(L"del_shortcut", links + L"rel_target='windows_folder'"));
+    }
+    const struct {
+        const wchar_t* attributes;
+        bool matched;
+    } rows[] = {
+        {L"data_str='atc;none'", true},
+        {L"data_str='none;match'", false},
+        {L"data_str='atc;' complete_str='yes'", false},
+        {L"data_str='atc;' complete_str='YES'", true},
+    };
+    for (const auto& row : rows) {
+        CHECK(found(L"del_regkey", L"name='KEY\\native' " + std::wstring(row.attributes)));
+        // A match ends the search before it comes to the subkey, which it would look for in the wrong place.
+        const Lines lines = machine.log.Of(L"CRegKeyHelper::CheckKeySearch");
+        CHECK(std::any_of(lines.begin(), lines.end(), [](const std::wstring& line) {
+                  return line.starts_with(L"4 RegOpenKeyEx");
+              }) == !row.matched);
+    }
 }

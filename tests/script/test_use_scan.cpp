@@ -147,6 +147,34 @@ TEST_CASE("the six lists of all listed versions, sorted and each entry once") {
     CHECK(scan.GetScriptName() == L"staying.xml");
 }
 
+TEST_CASE("an element that cannot be expanded costs a line; only a registry entry that is missing does not fail it") {
+    const struct {
+        const wchar_t* opCode;
+        const wchar_t* attributes;
+        const wchar_t* handler;
+        const wchar_t* line;
+        bool succeeds = false;
+    } rows[] = {
+        {L"del_shortcut", L"path='l' target_name='t' rel_target=''", L"DelShortcut", L"failed get path for \"\""},
+        {L"del_regkey", L"name='HKLM\\p\\q'", L"DelRegKey", L"failed _ERROR_NOT_FOUND \"HKLM\\p\\q\"", true},
+        {L"del_regvalue", L"key_path='HKLM\\p\\q' name='v'", L"DelRegVal",
+         L"failed _ERROR_NOT_FOUND \"v\" from \"HKLM\\p\\q\"", true},
+        {L"del_regvalue", L"key_path='k' name='v' rel_name='x'", L"DelRegVal", L"unknown special folder x"},
+        {L"exec_tool", L"path='x'", L"ExecTool", L"unknown special folder \"x\""},
+        {L"exec_tool", L"module=''", L"ExecDllMethod", L"method_name attributte is missing"},
+        {L"disable_service", L"", L"DisableDriver", L"no driver name"},
+    };
+    const ComScope com;
+    RecordedLog log;
+    for (const auto& row : rows) {
+        log.Clear();
+        ScanOf(Script(Section(row.opCode, row.attributes)));
+        CHECK(log.Of(L"CProductCheckUse::Process" + std::wstring(row.handler)) ==
+              Lines{L"4 " + std::wstring(row.line)});
+        CHECK(log.Has(4, L"CProductConfig::ProcessSection", L"ExecOperation failed") == !row.succeeds);
+    }
+}
+
 TEST_CASE("a tool is listed by its whole path, in lower case, whatever system it is meant for") {
     const std::wstring own = LowerCase(OwnFolder());
     const std::wstring tooLong(300, L'x');
