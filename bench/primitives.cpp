@@ -36,6 +36,12 @@ public:
             ::FreeLibrary(m_module);
         }
     }
+    bool HasWritten() const {
+        WIN32_FILE_ATTRIBUTE_DATA file = {};
+        return ::GetFileAttributesExW(m_folder.Path(L"bench.log").c_str(), GetFileExInfoStandard, &file) &&
+               file.nFileSizeLow > 1000000;  // two lines a file are far more
+    }
+
     Logging(const Logging&) = delete;
     Logging& operator=(const Logging&) = delete;
 
@@ -59,6 +65,7 @@ double DeleteFolder(bool logToFile) {
     const Logging logging(logToFile);
     const double seconds = Seconds([&] { COperations().DelFolder(tree, nullptr); });
     Require(!FileExists(tree), "the tree stands");
+    Require(!logToFile || logging.HasWritten(), "the log was not written");
     return seconds;
 }
 
