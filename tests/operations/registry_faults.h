@@ -2,24 +2,19 @@
 
 #include <windows.h>
 
-#include <algorithm>
-#include <cstring>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "support/import_patch.h"
 
-// Stands between this program and the registry calls for a scope; one object at a time. With no member set it passes
-// every call on and counts.
+// Stands between this program and the registry calls for a scope; one object at a time. Keys tell of no longest entry,
+// so that what enumerates them has to grow its buffers; with no member set all other calls are passed on and counted.
 class RegistryFaults {
 public:
     std::wstring refusedOpen = L"?";   // opening a subkey that ends so is denied
     std::wstring refusedValue = L"?";  // so is deleting a value of this name
-    DWORD values = MAXDWORD;           // enumeration breaks behind so many values
-    DWORD subkeys = MAXDWORD;          // and behind so many subkeys
-    LONG queryInfo = ERROR_SUCCESS;    // what asking for the longest entries gives
-    bool forgetLengths = false;        // asking for the longest entries finds them all empty
+    DWORD listedValues = MAXDWORD;     // enumeration of values breaks behind so many
     int openKeys = 0;                  // opened and not closed
     std::vector<REGSAM> access;        // of each open, in order
 
@@ -42,57 +37,26 @@ private:
         return s_current->m_close.Original<decltype(&Close)>()(key);
     }
 
-    static LONG WINAPI QueryInfo(HKEY key, LPWSTR name, DWORD* nameChars, DWORD* reserved, DWORD* count, DWORD* longest,
-                                 DWORD* longestClass, DWORD* values, DWORD* longestName, DWORD* longestData,
-                                 DWORD* security, FILETIME* written) {
-        for (DWORD* const length : {longest, longestName, longestData}) {
-            if (s_current->forgetLengths && length != nullptr) {
-                *length = 0;
-            }
-        }
-        if (s_current->forgetLengths || s_current->queryInfo != ERROR_SUCCESS) {
-            return s_current->queryInfo;
-        }
-        return s_current->m_queryInfo.Original<decltype(&QueryInfo)>()(key, name, nameChars, reserved, count, longest,
-                                                                       longestClass, values, longestName, longestData,
-                                                                       security, written);
+    // Leaves the lengths as the caller set them.
+    static LONG WINAPI QueryInfo(HKEY, LPWSTR, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*,
+                                 FILETIME*) {
+        return ERROR_SUCCESS;
     }
 
-    // Asks for more by the sizes of both buffers, where the system may tell of one only.
     static LONG WINAPI EnumValue(HKEY key, DWORD index, LPWSTR name, DWORD* nameChars, DWORD* reserved, DWORD* type,
                                  BYTE* data, DWORD* dataBytes) {
-        if (index >= s_current->values) {
+        if (index >= s_current->listedValues) {
             return ERROR_GEN_FAILURE;
         }
-        wchar_t wholeName[300];
-        BYTE wholeData[300];
-        DWORD wholeChars = 300;
-        DWORD wholeBytes = 300;
-        const LONG error = s_current->m_enumValue.Original<decltype(&EnumValue)>()(
-            key, index, wholeName, &wholeChars, reserved, type, wholeData, &wholeBytes);
-        if (error != ERROR_SUCCESS) {
-            return error;
+        DWORD unused = MAXDWORD;
+        DWORD& dataSize = dataBytes != nullptr ? *dataBytes : unused;
+        constexpr DWORD kAsked = 300;  // of both buffers, where the system may tell of one only
+        if (*nameChars <= kAsked || dataSize <= kAsked) {
+            *nameChars = dataSize = kAsked;
+            return ERROR_MORE_DATA;
         }
-        const bool nameFits = wholeChars < *nameChars;
-        const bool dataFits = dataBytes == nullptr || wholeBytes <= *dataBytes;
-        if (nameFits && dataFits) {
-            std::memcpy(name, wholeName, (wholeChars + 1) * sizeof(wchar_t));
-            if (data != nullptr) {
-                std::memcpy(data, wholeData, wholeBytes);
-            }
-        }
-        *nameChars = nameFits ? wholeChars : wholeChars + 1;
-        if (dataBytes != nullptr) {
-            *dataBytes = wholeBytes;
-        }
-        return nameFits && dataFits ? ERROR_SUCCESS : ERROR_MORE_DATA;
-    }
-
-    static LONG WINAPI EnumKey(HKEY key, DWORD index, LPWSTR name, DWORD* nameChars, DWORD* reserved, LPWSTR className,
-                               DWORD* classChars, FILETIME* written) {
-        return index >= s_current->subkeys ? ERROR_GEN_FAILURE
-                                           : s_current->m_enumKey.Original<decltype(&EnumKey)>()(
-                                                 key, index, name, nameChars, reserved, className, classChars, written);
+        return s_current->m_enumValue.Original<decltype(&EnumValue)>()(key, index, name, nameChars, reserved, type,
+                                                                       data, dataBytes);
     }
 
     static LONG WINAPI DeleteValue(HKEY key, LPCWSTR name) {
@@ -106,6 +70,5 @@ private:
     ImportPatch m_close = {"RegCloseKey", &Close};
     ImportPatch m_queryInfo = {"RegQueryInfoKeyW", &QueryInfo};
     ImportPatch m_enumValue = {"RegEnumValueW", &EnumValue};
-    ImportPatch m_enumKey = {"RegEnumKeyExW", &EnumKey};
     ImportPatch m_deleteValue = {"RegDeleteValueW", &DeleteValue};
 };
