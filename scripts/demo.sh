@@ -18,9 +18,11 @@ programs=${PRODRM_DEMO_DIR:-$root/build/release/demo}
 product='Wendelbach Atlas'
 service=WendelbachAtlas
 
-# What a session of the system may write by itself: the date that it gives to the driver of the display.
+# What a session of the system may write by itself: the date that it gives to the driver of the display, and the key of
+# its debugger, which it starts for a program that breaks off. The exit codes of prodrm are checked at each step, so that
+# it is known not to have been one of them.
 own_writes='^changed  HKLM\\System\\CurrentControlSet\\Control\\Class\\\{4D36E968-E325-11CE-BFC1-08002BE10318\}\\0000 '
-own_writes+='"DriverDate(Data)?"$'
+own_writes+='"DriverDate(Data)?"$|^new      HKCU\\Software\\Wine\\WineDbg$'
 
 # An exit code is its low byte here.
 restart_required=$((3010 & 255))
