@@ -2,32 +2,25 @@
 
 #include <windows.h>
 
-#include <cstdarg>
 #include <string>
 #include <vector>
 
 #include "../../include/log.h"
+#include "foundation/module.h"
+#include "foundation/owned.h"
+#include "support/programs.h"
 #include "support/temp_folder.h"
 
-// Full path of the built product's log.dll.
-std::wstring BuiltLogDll();
-
 // A log.dll, loaded for a scope.
-class LogDll {
-public:
-    explicit LogDll(const std::wstring& path = BuiltLogDll());
-    ~LogDll() { Unload(); }
-    LogDll(const LogDll&) = delete;
-    LogDll& operator=(const LogDll&) = delete;
-
-    HMODULE Handle() const { return m_module; }
-    void Unload();
+struct LogDll {
+    explicit LogDll(const std::wstring& path = InProduct(L"log.dll")) : module(::LoadLibraryW(path.c_str())) {}
 
     // One line with the module of this program and the function "Test::Body".
     HRESULT Write(DWORD level, const wchar_t* format, ...) const;
 
-#define ENTRY_POINT(name) decltype(&::name) name = Bind<decltype(&::name)>(#name)
-    HMODULE m_module;
+#define ENTRY_POINT(name) \
+    const decltype(&::name) name = EntryPointCast<decltype(&::name)>(::GetProcAddress(module.Get(), #name))
+    OwnedModule module;
     ENTRY_POINT(LogInit);
     ENTRY_POINT(LogDeinit);
     ENTRY_POINT(LogApplySettings);
@@ -35,29 +28,17 @@ public:
     ENTRY_POINT(LogEnable);
     ENTRY_POINT(LogSetLevel);
     ENTRY_POINT(LogSetPath);
-    ENTRY_POINT(LogSetType);
     ENTRY_POINT(LogSetMode);
     ENTRY_POINT(LogSetMaxSize);
     ENTRY_POINT(LogSetDepth);
     ENTRY_POINT(LogWrite);
-    ENTRY_POINT(LogIsEnabled);
     ENTRY_POINT(LogMonitorSettings);
     ENTRY_POINT(LogGetLevel);
     ENTRY_POINT(LogUninitDeskMetrics);
     ENTRY_POINT(LogTrackEvent);
     ENTRY_POINT(LogTrackEventData);
-    ENTRY_POINT(LogRemoveModule);
 #undef ENTRY_POINT
-
-private:
-    template <typename Function>
-    Function Bind(const char* name) const {
-        return reinterpret_cast<Function>(reinterpret_cast<void*>(BindAny(name)));
-    }
-    FARPROC BindAny(const char* name) const;
 };
-
-std::string ReadBytes(const std::wstring& path);
 
 struct Line {
     std::string time, thread, level, module, function, text;
@@ -68,9 +49,6 @@ std::vector<Line> ReadLog(const std::wstring& path);
 
 // The texts of those lines that the log has not written on its own account, joined by "|".
 std::string Texts(const std::wstring& path);
-
-// Whether nobody has the file open.
-bool IsClosed(const std::wstring& path);
 
 // A held log that writes to the file "log.txt" of an own folder.
 struct OpenLog {

@@ -102,3 +102,17 @@ void RemoveTree(const std::wstring& path) {
 bool FileExists(const std::wstring& path) {
     return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
 }
+
+std::string FileContent(const std::wstring& path) {
+    const OwnedFileHandle file = HoldFile(path, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE);
+    std::string bytes(file ? ::GetFileSize(file.Get(), nullptr) : 0, '\0');
+    DWORD read = 0;
+    if (!file || !::ReadFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr)) {
+        throw std::runtime_error("cannot read a test file");
+    }
+    return bytes;
+}
+
+OwnedFileHandle HoldFile(const std::wstring& path, DWORD share) {
+    return OwnedFileHandle(::CreateFileW(path.c_str(), GENERIC_READ, share, nullptr, OPEN_EXISTING, 0, nullptr));
+}

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include "foundation/owned.h"
+
 // A new folder in the system's temporary folder, removed with all it holds at the end of the scope.
 class TempFolder {
 public:
@@ -30,3 +32,9 @@ private:
 void RemoveTree(const std::wstring& path);
 
 bool FileExists(const std::wstring& path);
+
+// The whole content of an existing file, whoever else has it open.
+std::string FileContent(const std::wstring& path);
+
+// Keeps an existing file open, with what `share` lets others do to it. Empty where the system refuses.
+OwnedFileHandle HoldFile(const std::wstring& path, DWORD share = 0);
