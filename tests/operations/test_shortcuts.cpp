@@ -5,7 +5,6 @@
 
 #include "foundation/com.h"
 #include "foundation/log.h"
-#include "foundation/owned.h"
 #include "operations/COperations.h"
 #include "operations/keep_chosen.h"
 #include "support/recorded_log.h"
@@ -24,12 +23,6 @@ void MakeLink(const std::wstring& path, const std::wstring& target) {
     REQUIRE(SUCCEEDED(link->SetPath(target.c_str())));
     REQUIRE(link.As(IID_IPersistFile, file) == S_OK);
     REQUIRE(file->Save(path.c_str(), TRUE) == S_OK);
-}
-
-// Lets others read the link, so that its target can be compared, but not delete it.
-OwnedFileHandle Hold(const std::wstring& path) {
-    return OwnedFileHandle(
-        ::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING, 0, nullptr));
 }
 
 struct Menu {
@@ -81,16 +74,15 @@ TEST_CASE("the result is that of the last thing looked at") {
 
     CHECK(operations.CheckShortcut(folder.Path(), L"nothing", false) == _ERROR_SUCCESS);
     {
-        const OwnedFileHandle hold = Hold(last);
-        CHECK(operations.DelShortcut(folder.Path(), target, true, nullptr) == _ERROR_FAILED);
-    }
-    CHECK(restart.Paths() == Paths{last});
-    MakeLink(first, target);
-    {
-        const OwnedFileHandle hold = Hold(first);
+        // Others may read both, so that the targets can be compared.
+        const OwnedFileHandle holdFirst = HoldFile(first, FILE_SHARE_READ);
+        {
+            const OwnedFileHandle holdLast = HoldFile(last, FILE_SHARE_READ);
+            CHECK(operations.DelShortcut(folder.Path(), target, true, nullptr) == _ERROR_FAILED);
+        }
         CHECK(operations.DelShortcut(folder.Path(), target, true, nullptr) == _ERROR_SUCCESS);
     }
-    CHECK(restart.Paths() == Paths{last, first});
+    CHECK(restart.Paths() == Paths{first, last});
     CHECK_FALSE(FileExists(last));
 
     KeepChosen used({L"file " + first});
