@@ -18,7 +18,7 @@ cppcheck)
     cppcheck --quiet --error-exitcode=1 --inline-suppr --std=c++20 --language=c++ \
         --platform=win32W --library=windows --enable=warning,performance,portability \
         --suppressions-list=cmake/cppcheck.txt --cppcheck-build-dir="$build/cppcheck" \
-        -DUNICODE -D_UNICODE -D_WIN32 -D__MINGW32__ -Isrc -Iinclude -j2 src tools
+        -DUNICODE -D_UNICODE -D_WIN32 -D__MINGW32__ -Isrc -Iinclude -Itools -j2 src tools
     ;;
 shell)
     find scripts .ci demo tests -type f \( -name '*.sh' -o -path '.ci/*' \) -print0 | xargs -0 shellcheck -x

@@ -42,7 +42,7 @@ run_program() {
     local program=$1 output code=0
     output=$(mktemp)
     # To a file: programs left behind would keep a pipe open.
-    PRODRM_DIST=$(windows_path "${PRODRM_DIST_DIR:-$prefix_root/dist}") \
+    PRODRM_DIST=$(windows_path "${PRODRM_DIST_DIR:-$prefix_root/dist}") PRODRM_ROOT=$(windows_path "$prefix_root") \
         prefix_run "$prefix" "$program" >"$output" 2>&1 </dev/null || code=$?
     cat "$output"
     if ((code == 0)) && ! grep -q 'Status: SUCCESS!' "$output"; then

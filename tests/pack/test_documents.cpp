@@ -2,8 +2,6 @@
 #include <doctest/doctest.h>
 #include <prodrm.h>
 
-#include <objbase.h>
-
 #include <cstdio>
 #include <string>
 #include <vector>
@@ -11,22 +9,12 @@
 #include "catalogue/CProducts.h"
 #include "foundation/owned.h"
 #include "script/CProductInstalled.h"
+#include "support/com_scope.h"
+#include "support/programs.h"
 #include "support/recorded_log.h"
 #include "support/temp_folder.h"
 
 namespace {
-
-struct ComScope {
-    ComScope() { ::CoInitialize(nullptr); }
-    ~ComScope() { ::CoUninitialize(); }
-};
-
-// A file of the project, found from where this file was compiled.
-std::wstring Source(const std::wstring& relative) {
-    const std::string file = __FILE__;
-    const std::string root = file.substr(0, file.rfind("tests/pack"));
-    return L"Z:" + std::wstring(root.begin(), root.end()) + relative;
-}
 
 std::string ReadAll(const std::wstring& file) {
     std::string text;
@@ -45,7 +33,7 @@ std::string ReadAll(const std::wstring& file) {
 TEST_CASE("every example of the catalogue reference loads as it stands") {
     const ComScope com;
     const TempFolder folder;
-    const std::string text = ReadAll(Source(L"docs/catalogue-reference.md"));
+    const std::string text = ReadAll(InSources(L"docs\\catalogue-reference.md"));
     const std::string opening = "```xml\n";
     int examples = 0;
     for (std::size_t at = 0; (at = text.find(opening, at)) != std::string::npos; ++examples) {
@@ -60,9 +48,7 @@ TEST_CASE("every example of the catalogue reference loads as it stands") {
 }
 
 TEST_CASE("the samples load beside the library, and their scripts are sound and find nothing on a clean machine") {
-    wchar_t dist[MAX_PATH] = L"";
-    REQUIRE(::GetEnvironmentVariableW(L"PRODRM_DIST", dist, MAX_PATH) > 0);
-    const OwnedModule library(::LoadLibraryW((std::wstring(dist) + L"\\prodrm.dll").c_str()));
+    const OwnedModule library(::LoadLibraryW(InProduct(L"prodrm.dll").c_str()));
     REQUIRE(library);
     const auto getProducts = reinterpret_cast<decltype(&GetProducts)>(
         reinterpret_cast<void*>(::GetProcAddress(library.Get(), "GetProducts")));

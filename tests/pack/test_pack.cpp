@@ -9,18 +9,13 @@
 #include "foundation/CConfigFileMngr.h"
 #include "foundation/owned.h"
 #include "support/import_patch.h"
+#include "support/programs.h"
 #include "support/temp_folder.h"
 
 namespace {
 
-std::wstring Product(const std::wstring& name) {
-    wchar_t folder[MAX_PATH] = L"";
-    REQUIRE(::GetEnvironmentVariableW(L"PRODRM_DIST", folder, MAX_PATH) > 0);
-    return std::wstring(folder) + L"\\" + name;
-}
-
 intptr_t Pack(const std::wstring& document, const std::wstring& library) {
-    const std::wstring packer = Product(L"prodrm-pack.exe");
+    const std::wstring packer = InProduct(L"prodrm-pack.exe");
     const auto quoted = [](const std::wstring& text) { return L"\"" + text + L"\""; };
     return ::_wspawnl(_P_WAIT, packer.c_str(), quoted(packer).c_str(), quoted(document).c_str(),
                       quoted(library).c_str(), nullptr);
@@ -71,7 +66,7 @@ TEST_CASE("a library packed over and over holds the last document, keeps its siz
     const std::wstring library = folder.Path(L"\x0436 packed.dll");
     const std::wstring small = folder.WriteFile(L"\x4E00 small.xml", "\xEF\xBB\xBF<a>\xD0\x96</a>");
     const std::wstring large = folder.WriteFile(L"large.xml", "<a>" + std::string(50000, 'x') + "</a>");
-    REQUIRE(::CopyFileW(Product(L"prodrm.dll").c_str(), library.c_str(), TRUE));
+    REQUIRE(::CopyFileW(InProduct(L"prodrm.dll").c_str(), library.c_str(), TRUE));
     CHECK(StoredIn(library).find(L"<version_list/>") != std::wstring::npos);
 
     std::set<ULONGLONG> sizes;

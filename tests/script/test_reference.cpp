@@ -8,15 +8,14 @@
 #include "script/CProductInstalled.h"
 #include "script/CProductUninstall.h"
 #include "support/com_scope.h"
+#include "support/programs.h"
 #include "support/temp_folder.h"
 
 namespace {
 
 std::string ReadReference() {
-    const std::string file = __FILE__;
-    const std::string path = "Z:" + file.substr(0, file.rfind("tests/script")) + "docs/script-reference.md";
     std::string text;
-    FILE* const stream = std::fopen(path.c_str(), "rb");
+    FILE* const stream = ::_wfopen(InSources(L"docs\\script-reference.md").c_str(), L"rb");
     REQUIRE(stream != nullptr);
     char buffer[4096];
     for (std::size_t count = 0; (count = std::fread(buffer, 1, sizeof buffer, stream)) > 0;) {

@@ -13,11 +13,20 @@ inline std::wstring BesideTest(const std::wstring& name) {
     return path.substr(0, path.rfind(L'\\') + 1) + name;
 }
 
-// Full path of a file of the built product.
-inline std::wstring InProduct(const std::wstring& name) {
+inline std::wstring InFolderOf(const wchar_t* variable, const std::wstring& name) {
     wchar_t folder[MAX_PATH] = {};
-    if (::GetEnvironmentVariableW(L"PRODRM_DIST", folder, MAX_PATH) == 0) {
-        throw std::runtime_error("PRODRM_DIST is not set");
+    if (::GetEnvironmentVariableW(variable, folder, MAX_PATH) == 0) {
+        throw std::runtime_error("a folder of the environment is not set");
     }
     return std::wstring(folder) + L'\\' + name;
+}
+
+// Full path of a file of the built product.
+inline std::wstring InProduct(const std::wstring& name) {
+    return InFolderOf(L"PRODRM_DIST", name);
+}
+
+// Full path of a file of the project.
+inline std::wstring InSources(const std::wstring& name) {
+    return InFolderOf(L"PRODRM_ROOT", name);
 }

@@ -5,7 +5,7 @@
 #include <span>
 #include <utility>
 
-namespace host {
+namespace tools::host {
 
 // The elements of an array that stays with its owner.
 template <typename Element>
@@ -70,4 +70,4 @@ void Free(ProductOf<Version>& product) {
     const Array<Version> versions(product.guids);
 }
 
-}  // namespace host
+}  // namespace tools::host

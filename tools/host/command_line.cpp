@@ -9,16 +9,14 @@
 #include <sstream>
 #include <utility>
 
-#include "text.h"
+#include "common/exit_codes.h"
+#include "common/utf8.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
 constexpr char kVersion[] = "prodrm " PRODRM_VERSION;
-constexpr char kFooter[] =
-    "Exit codes: 0 success, 1602 not confirmed, 1603 failure, 1605 unknown or not installed,\n"
-    "1618 another removal is running, 1639 bad command line, 3010 success, restart required.";
 
 const std::map<std::string, ULONG> kCatalogueNames = {
     {"family", PRODRM_FAMILY},
@@ -134,7 +132,7 @@ std::variant<Options, Ending> ParseCommandLine(const std::vector<std::wstring>& 
     CLI::App app("Lists, explains and removes software products.", "prodrm");
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", kVersion, "Print the version and exit");
-    app.footer(kFooter);
+    app.footer(ToUtf8(ExitCodesHelp()));
     app.require_subcommand(1);
     AddList(app, raw);
     AddExplain(app, raw);
@@ -154,4 +152,4 @@ std::variant<Options, Ending> ParseCommandLine(const std::vector<std::wstring>& 
     return Finish(raw, arguments);
 }
 
-}  // namespace host
+}  // namespace tools::host

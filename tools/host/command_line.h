@@ -8,7 +8,7 @@
 
 #include "log_control.h"
 
-namespace host {
+namespace tools::host {
 
 enum class Command { List, Explain, Remove };
 
@@ -37,4 +37,4 @@ struct Ending {
 // `arguments` are without the name of the program.
 std::variant<Options, Ending> ParseCommandLine(const std::vector<std::wstring>& arguments);
 
-}  // namespace host
+}  // namespace tools::host

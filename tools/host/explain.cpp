@@ -4,14 +4,14 @@
 
 #include <algorithm>
 
+#include "common/failure.h"
 #include "explain_report.h"
-#include "failure.h"
 #include "judgement.h"
 #include "library.h"
 #include "log_control.h"
 #include "log_lines.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -70,4 +70,4 @@ int RunExplain(const Options& options, Output& out) {
     return ERROR_SUCCESS;
 }
 
-}  // namespace host
+}  // namespace tools::host

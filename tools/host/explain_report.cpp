@@ -3,9 +3,10 @@
 #include <cstddef>
 #include <utility>
 
-#include "json.h"
+#include "common/json.h"
+#include "common/text.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -188,4 +189,4 @@ std::wstring ExplanationJson(const Explanation& explanation) {
     return ToText(json) + L"\n";
 }
 
-}  // namespace host
+}  // namespace tools::host

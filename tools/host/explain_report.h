@@ -5,7 +5,7 @@
 #include "judgement.h"
 #include "library.h"
 
-namespace host {
+namespace tools::host {
 
 struct Explanation {
     Product product;  // with the keys found
@@ -15,4 +15,4 @@ struct Explanation {
 std::wstring ExplanationText(const Explanation& explanation);
 std::wstring ExplanationJson(const Explanation& explanation);
 
-}  // namespace host
+}  // namespace tools::host

@@ -6,7 +6,7 @@
 
 #include "log_lines.h"
 
-namespace host {
+namespace tools::host {
 
 // How the library judged whether a product is installed, as it told in its log.
 
@@ -68,4 +68,4 @@ std::optional<Judgement> ReadJudgement(const std::vector<LogLine>& lines, const 
 // unclear. Does nothing if the script cannot be read.
 void AddScriptFacts(Judgement& judgement);
 
-}  // namespace host
+}  // namespace tools::host

@@ -7,7 +7,7 @@
 
 #include "judgement.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -192,4 +192,4 @@ std::optional<Judgement> ReadJudgement(const std::vector<LogLine>& lines, const 
     return std::nullopt;
 }
 
-}  // namespace host
+}  // namespace tools::host

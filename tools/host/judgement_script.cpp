@@ -5,12 +5,13 @@
 #include <cstddef>
 #include <cwchar>
 
+#include "common/com_scope.h"
 #include "foundation/com.h"
 #include "foundation/CXMLHelper.h"
 #include "foundation/dom.h"
 #include "judgement.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -116,11 +117,8 @@ void AddVersions(Judgement& judgement) {
 }  // namespace
 
 void AddScriptFacts(Judgement& judgement) {
-    const HRESULT initialised = ::CoInitialize(nullptr);
+    const ComScope com;
     AddVersions(judgement);
-    if (SUCCEEDED(initialised)) {
-        ::CoUninitialize();
-    }
 }
 
-}  // namespace host
+}  // namespace tools::host

@@ -5,10 +5,11 @@
 #include <algorithm>
 
 #include "arrays.h"
-#include "failure.h"
-#include "text.h"
+#include "common/failure.h"
+#include "common/modules.h"
+#include "common/utf8.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -95,22 +96,10 @@ std::wstring Quoted(const std::wstring& name) {
     return L"\"" + name + L"\"";
 }
 
-std::wstring OwnFolder() {
-    std::wstring path(MAX_PATH, L'\0');
-    DWORD length = 0;
-    // A path without room is cut to the size of the buffer.
-    while ((length = ::GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()))) == path.size()) {
-        path.resize(2 * path.size());
-    }
-    path.resize(length);
-    return path.substr(0, path.find_last_of(L'\\'));
-}
-
-Library::Library() : m_module(::LoadLibraryW((OwnFolder() + L"\\" + kLibraryName).c_str())) {
+Library::Library() : m_module(LoadBeside(kLibraryName)) {
     if (!m_module) {
-        const DWORD error = ::GetLastError();
-        throw Failure(ERROR_INSTALL_FAILURE, OwnFolder() + L"\\" + kLibraryName + L" cannot be loaded (error " +
-                                                 std::to_wstring(error) + L")");
+        throw Failure(ERROR_INSTALL_FAILURE,
+                      Beside(kLibraryName) + L" cannot be loaded (error " + std::to_wstring(::GetLastError()) + L")");
     }
 }
 
@@ -143,4 +132,4 @@ RemovalExports Library::Removal() const {
     };
 }
 
-}  // namespace host
+}  // namespace tools::host

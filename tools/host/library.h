@@ -8,7 +8,7 @@
 #include "foundation/module.h"
 #include "foundation/owned.h"
 
-namespace host {
+namespace tools::host {
 
 struct Parameter {
     std::wstring name;
@@ -34,9 +34,6 @@ const wchar_t* CatalogueName(UninstallType type);
 const Product& FindProduct(const std::vector<Product>& products, const std::wstring& name);
 
 std::wstring Quoted(const std::wstring& name);
-
-// Folder of this program, without a backslash at the end.
-std::wstring OwnFolder();
 
 // The removing exports of the library.
 struct RemovalExports {
@@ -70,4 +67,4 @@ private:
     OwnedModule m_module;
 };
 
-}  // namespace host
+}  // namespace tools::host

@@ -4,10 +4,11 @@
 
 #include <utility>
 
-#include "json.h"
-#include "table.h"
+#include "common/json.h"
+#include "common/table.h"
+#include "common/text.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -108,4 +109,4 @@ int RunList(const Options& options, const Library& library, Output& out) {
     return ERROR_SUCCESS;
 }
 
-}  // namespace host
+}  // namespace tools::host

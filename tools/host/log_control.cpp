@@ -2,13 +2,15 @@
 
 #include <cstdarg>
 
-#include "failure.h"
-#include "library.h"
-#include "text.h"
+#include "common/failure.h"
+#include "common/modules.h"
+#include "common/utf8.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
+
+constexpr wchar_t kLogName[] = L"log.dll";
 
 HRESULT WriteHeading(decltype(&::LogWrite) write, const wchar_t* format, ...) {
     va_list arguments;
@@ -27,9 +29,9 @@ std::wstring Hex(HRESULT result) {
 
 }  // namespace
 
-LogControl::LogControl(const LogSettings& settings) : m_module(::LoadLibraryW((OwnFolder() + L"\\log.dll").c_str())) {
+LogControl::LogControl(const LogSettings& settings) : m_module(LoadBeside(kLogName)) {
     if (!m_module && !settings.file.empty()) {
-        throw Failure(ERROR_INSTALL_FAILURE, L"no log can be written: " + OwnFolder() + L"\\log.dll cannot be loaded");
+        throw Failure(ERROR_INSTALL_FAILURE, L"no log can be written: " + Beside(kLogName) + L" cannot be loaded");
     }
     if (!m_module) {
         return;
@@ -74,4 +76,4 @@ void LogControl::Start(const LogSettings& settings) const {
     }
 }
 
-}  // namespace host
+}  // namespace tools::host

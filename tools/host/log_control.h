@@ -8,7 +8,7 @@
 #include "foundation/module.h"
 #include "foundation/owned.h"
 
-namespace host {
+namespace tools::host {
 
 struct LogSettings {
     std::wstring file;  // empty: no log
@@ -38,4 +38,4 @@ private:
     OwnedModule m_module;
 };
 
-}  // namespace host
+}  // namespace tools::host

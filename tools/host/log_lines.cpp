@@ -6,11 +6,11 @@
 #include <cstddef>
 #include <string_view>
 
-#include "failure.h"
+#include "common/failure.h"
+#include "common/utf8.h"
 #include "foundation/owned.h"
-#include "text.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -66,4 +66,4 @@ std::vector<LogLine> ReadLogLines(const std::wstring& file) {
     return lines;
 }
 
-}  // namespace host
+}  // namespace tools::host

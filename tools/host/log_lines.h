@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace tools::host {
 
 // A line of the library in a log file.
 struct LogLine {
@@ -15,4 +15,4 @@ struct LogLine {
 // Throws a Failure if the file cannot be read.
 std::vector<LogLine> ReadLogLines(const std::wstring& file);
 
-}  // namespace host
+}  // namespace tools::host

@@ -9,7 +9,7 @@
 #include "foundation/owned.h"
 #include "foundation/registry_access.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -68,4 +68,4 @@ std::vector<std::wstring> NewPaths(const std::vector<std::wstring>& before, cons
     return added;
 }
 
-}  // namespace host
+}  // namespace tools::host

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace tools::host {
 
 // Paths that the system deletes at its next start, in their order, as any program has handed them in.
 std::vector<std::wstring> PendingDeletions();
@@ -11,4 +11,4 @@ std::vector<std::wstring> PendingDeletions();
 // The paths of `after` that `before` does not account for; a path counts as often as it stands there.
 std::vector<std::wstring> NewPaths(const std::vector<std::wstring>& before, const std::vector<std::wstring>& after);
 
-}  // namespace host
+}  // namespace tools::host

@@ -9,7 +9,7 @@
 #include "pending_deletions.h"
 #include "removal_guard.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -79,4 +79,4 @@ RemovalResult CarryOut(const RemovalPlan& plan, const Library& library, const Re
     return result;
 }
 
-}  // namespace host
+}  // namespace tools::host

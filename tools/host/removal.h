@@ -7,7 +7,7 @@
 #include "removal_watch.h"
 #include "remove_plan.h"
 
-namespace host {
+namespace tools::host {
 
 enum class TargetState {
     Removed,       // no longer found
@@ -29,4 +29,4 @@ struct RemovalResult {
 RemovalResult CarryOut(const RemovalPlan& plan, const Library& library, const RemovalExports& exports,
                        RemovalView& view);
 
-}  // namespace host
+}  // namespace tools::host

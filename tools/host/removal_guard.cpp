@@ -2,10 +2,10 @@
 
 #include <windows.h>
 
-#include "failure.h"
-#include "output.h"
+#include "common/failure.h"
+#include "common/output.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -45,4 +45,4 @@ BreakRefusal::~BreakRefusal() {
     ::SetConsoleCtrlHandler(&RefuseBreak, FALSE);
 }
 
-}  // namespace host
+}  // namespace tools::host

@@ -2,7 +2,7 @@
 
 #include "foundation/owned.h"
 
-namespace host {
+namespace tools::host {
 
 // Held by one run of this tool on the machine, in whatever session. Throws a Failure with
 // ERROR_INSTALL_ALREADY_RUNNING if another run holds it.
@@ -26,4 +26,4 @@ public:
     BreakRefusal& operator=(const BreakRefusal&) = delete;
 };
 
-}  // namespace host
+}  // namespace tools::host

@@ -5,9 +5,10 @@
 #include <exception>
 #include <utility>
 
-#include "json.h"
+#include "common/json.h"
+#include "common/text.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -157,4 +158,4 @@ std::unique_ptr<RemovalView> MakeView(ViewForm form, Output& out) {
     return std::make_unique<LineView>(out);
 }
 
-}  // namespace host
+}  // namespace tools::host

@@ -5,9 +5,9 @@
 #include <memory>
 #include <string>
 
-#include "output.h"
+#include "common/output.h"
 
-namespace host {
+namespace tools::host {
 
 // A kind of operations: its event, its name in scripts, and its name for people.
 struct OperationName {
@@ -44,4 +44,4 @@ enum class ViewForm { Text, JsonLines, None };
 // Text is a bar on a console, else plain lines.
 std::unique_ptr<RemovalView> MakeView(ViewForm form, Output& out);
 
-}  // namespace host
+}  // namespace tools::host

@@ -5,25 +5,15 @@
 #include <exception>
 #include <string>
 
-#include "failure.h"
-#include "text.h"
+#include "common/failure.h"
+#include "common/locked.h"
+#include "common/text.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
 constexpr DWORD kInterval = 100;  // milliseconds between two looks at the progress value
-
-class Locked {
-public:
-    explicit Locked(CRITICAL_SECTION& lock) : m_lock(lock) { ::EnterCriticalSection(&m_lock); }
-    ~Locked() { ::LeaveCriticalSection(&m_lock); }
-    Locked(const Locked&) = delete;
-    Locked& operator=(const Locked&) = delete;
-
-private:
-    CRITICAL_SECTION& m_lock;
-};
 
 }  // namespace
 
@@ -94,4 +84,4 @@ DWORD WINAPI RemovalWatch::ThreadMain(void* watch) noexcept {
     return 0;
 }
 
-}  // namespace host
+}  // namespace tools::host

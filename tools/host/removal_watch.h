@@ -9,7 +9,7 @@
 #include "library.h"
 #include "removal_view.h"
 
-namespace host {
+namespace tools::host {
 
 struct OperationCounts {
     unsigned succeeded = 0;
@@ -48,4 +48,4 @@ private:
     OwnedHandle m_thread;
 };
 
-}  // namespace host
+}  // namespace tools::host

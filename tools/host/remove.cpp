@@ -8,13 +8,14 @@
 #include <memory>
 #include <utility>
 
-#include "json.h"
+#include "common/json.h"
+#include "common/table.h"
+#include "common/text.h"
 #include "removal.h"
 #include "removal_guard.h"
 #include "remove_plan.h"
-#include "table.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -176,4 +177,4 @@ int RunRemove(const Options& options, const Library& library, Output& out) {
     return result.ExitCode();
 }
 
-}  // namespace host
+}  // namespace tools::host

@@ -1,12 +1,12 @@
 #pragma once
 
 #include "command_line.h"
+#include "common/output.h"
 #include "library.h"
-#include "output.h"
 
-namespace host {
+namespace tools::host {
 
 // The command "remove". Gives the exit code.
 int RunRemove(const Options& options, const Library& library, Output& out);
 
-}  // namespace host
+}  // namespace tools::host

@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "failure.h"
+#include "common/failure.h"
 
-namespace host {
+namespace tools::host {
 
 namespace {
 
@@ -105,4 +105,4 @@ RemovalPlan MakePlan(const Options& options, const Library& library) {
     return Planner(options, library).Make();
 }
 
-}  // namespace host
+}  // namespace tools::host

@@ -8,7 +8,7 @@
 #include "command_line.h"
 #include "library.h"
 
-namespace host {
+namespace tools::host {
 
 // One call of the library.
 struct RemovalStep {
@@ -33,4 +33,4 @@ struct RemovalPlan {
 // Throws a Failure with ERROR_UNKNOWN_PRODUCT if a product is unknown, or not installed and not forced.
 RemovalPlan MakePlan(const Options& options, const Library& library);
 
-}  // namespace host
+}  // namespace tools::host

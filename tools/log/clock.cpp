@@ -3,7 +3,7 @@
 #include <cstring>
 #include <string_view>
 
-namespace logwriter {
+namespace tools::logwriter {
 
 namespace {
 
@@ -62,4 +62,4 @@ void Clock::WorkOut(const FILETIME& now) {
     PutDigits(m_text + 27, minutes % 60, 2);
 }
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

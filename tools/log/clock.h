@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-namespace logwriter {
+namespace tools::logwriter {
 
 // 2031-05-09T14:03:27.045+02:00: local time and its distance from UTC.
 constexpr std::size_t kStampChars = 29;
@@ -25,4 +25,4 @@ private:
     char m_text[kStampChars] = {};
 };
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

@@ -7,7 +7,7 @@
 #include "../../include/log.h"
 #include "log_writer.h"
 
-namespace logwriter {
+namespace tools::logwriter {
 
 namespace {
 
@@ -64,9 +64,9 @@ HRESULT TrackEvent(void* caller, const wchar_t* name, const wchar_t* data) noexc
 
 }  // namespace
 
-}  // namespace logwriter
+}  // namespace tools::logwriter
 
-using namespace logwriter;
+using namespace tools::logwriter;
 
 extern "C" {
 

@@ -2,7 +2,7 @@
 
 #include <cwctype>
 
-namespace logwriter {
+namespace tools::logwriter {
 
 namespace {
 
@@ -57,4 +57,4 @@ FileTurn::Scope::~Scope() {
     }
 }
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

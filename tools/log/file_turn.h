@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "../../src/foundation/owned.h"
+#include "foundation/owned.h"
 
-namespace logwriter {
+namespace tools::logwriter {
 
 // Lets the processes that write to one file take turns, by a word in memory that they share: a system object for this
 // would cost more than the line. Where there is no such memory, a turn means nothing.
@@ -38,4 +38,4 @@ private:
     Owned<ViewTraits> m_view;
 };
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

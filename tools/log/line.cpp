@@ -6,7 +6,7 @@
 
 #include "clock.h"
 
-namespace logwriter {
+namespace tools::logwriter {
 
 namespace {
 
@@ -163,4 +163,4 @@ void Line::Stamp(Clock& clock) {
     clock.Stamp(m_bytes.Data());
 }
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-namespace logwriter {
+namespace tools::logwriter {
 
 class Clock;
 
@@ -66,4 +66,4 @@ private:
     std::size_t m_size = 0;
 };
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

@@ -2,7 +2,7 @@
 
 #include <windows.h>
 
-namespace logwriter {
+namespace tools::logwriter {
 
 // Carries a result out to the entry point that returns it.
 struct Failure {
@@ -53,4 +53,4 @@ private:
     Lock& m_lock;
 };
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

@@ -1,6 +1,6 @@
 #include "log_file.h"
 
-namespace logwriter {
+namespace tools::logwriter {
 
 namespace {
 
@@ -148,4 +148,4 @@ void LogFile::Flush() {
     }
 }
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

@@ -5,10 +5,10 @@
 #include <string>
 #include <string_view>
 
-#include "../../src/foundation/owned.h"
 #include "file_turn.h"
+#include "foundation/owned.h"
 
-namespace logwriter {
+namespace tools::logwriter {
 
 // The log file: kept open, appended to by one system call per line, handed on to FILE.1 ... FILE.n when it is full.
 // Several processes may write to one file, one line at a time. What others add to the size is seen
@@ -54,4 +54,4 @@ private:
     DWORD m_handOnFailedAt = 0;
 };
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

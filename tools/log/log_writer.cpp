@@ -1,8 +1,10 @@
 #include "log_writer.h"
 
+#include "common/modules.h"
+#include "common/utf8.h"
 #include "line.h"
 
-namespace logwriter {
+namespace tools::logwriter {
 
 namespace {
 
@@ -37,12 +39,6 @@ std::wstring WithoutFolder(const std::wstring& path) {
 
 std::wstring FolderOf(const std::wstring& path) {
     return path.substr(0, path.rfind(L'\\') + 1);
-}
-
-std::wstring Widen(const char* text, UINT codePage, int size) {
-    std::wstring wide(static_cast<std::size_t>(::MultiByteToWideChar(codePage, 0, text, size, nullptr, 0)), L'\0');
-    ::MultiByteToWideChar(codePage, 0, text, size, wide.data(), static_cast<int>(wide.size()));
-    return wide;
 }
 
 }  // namespace
@@ -199,7 +195,7 @@ HRESULT LogWriter::RemoveModule(const char* name) {
             return S_OK;
         }
     }
-    Line line("INFO", NameOf(m_self), Widen(name, CP_ACP, static_cast<int>(std::string_view(name).size())));
+    Line line("INFO", NameOf(m_self), FromAnsi(name));
     line.Text(L"leaves the log");
     return Commit(line);
 }
@@ -239,8 +235,7 @@ HRESULT LogWriter::Commit(Line& line) {
     }
     if (toDebugger) {
         // Outside the lock: a debugger may stop the thread here.
-        const std::string_view bytes = line.View();
-        ::OutputDebugStringW(Widen(bytes.data(), CP_UTF8, static_cast<int>(bytes.size())).c_str());
+        ::OutputDebugStringW(FromUtf8(line.View()).c_str());
     }
     return result;
 }
@@ -275,4 +270,4 @@ void LogWriter::AppendOwn(std::string_view level, std::wstring_view text) {
     AppendStamped(line);
 }
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

@@ -12,7 +12,7 @@
 #include "log_file.h"
 #include "settings.h"
 
-namespace logwriter {
+namespace tools::logwriter {
 
 class Line;
 
@@ -90,4 +90,4 @@ private:
     Clock m_clock;
 };
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

@@ -4,7 +4,7 @@
 #include <cwchar>
 #include <cwctype>
 
-namespace logwriter {
+namespace tools::logwriter {
 
 namespace {
 
@@ -112,11 +112,6 @@ std::wstring DefaultLogPath() {
     return Ask([](wchar_t* text, DWORD size) { return ::GetTempPathW(size, text); }) + L"prodrm.log";
 }
 
-std::wstring ModulePath(HMODULE module) {
-    // A text that does not fit is cut, and the call answers the whole size.
-    return Ask([module](wchar_t* text, DWORD size) { return ::GetModuleFileNameW(module, text, size); });
-}
-
 HRESULT ReadSettings(const std::wstring& file, Settings& settings) {
     if (::GetFileAttributesW(file.c_str()) == INVALID_FILE_ATTRIBUTES) {
         return HRESULT_FROM_WIN32(::GetLastError());
@@ -139,4 +134,4 @@ HRESULT ReadSettings(const std::wstring& file, Settings& settings) {
     return settings.AreValid() ? S_OK : HRESULT_FROM_WIN32(ERROR_INVALID_DATA);
 }
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

@@ -6,7 +6,7 @@
 
 #include "../../include/log.h"
 
-namespace logwriter {
+namespace tools::logwriter {
 
 struct Settings {
     DWORD enabled = 1;
@@ -26,10 +26,7 @@ std::wstring FullPath(const std::wstring& path);
 // prodrm.log in the folder for temporary files.
 std::wstring DefaultLogPath();
 
-// The file of `module`, null for the program. Takes the loader's lock.
-std::wstring ModulePath(HMODULE module);
-
 // Overwrites in `settings` what `file` names. On failure `settings` may be partly overwritten.
 HRESULT ReadSettings(const std::wstring& file, Settings& settings);
 
-}  // namespace logwriter
+}  // namespace tools::logwriter

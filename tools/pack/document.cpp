@@ -4,10 +4,12 @@
 #include <array>
 #include <stdexcept>
 
-#include "failure.h"
+#include "common/failure.h"
 #include "foundation/CConfigFileMngr.h"
 #include "foundation/dom.h"
 #include "foundation/owned.h"
+
+namespace tools::pack {
 
 namespace {
 
@@ -15,13 +17,11 @@ constexpr LONGLONG kMaxDocumentBytes = 64 << 20;  // what a 32-bit process can h
 constexpr std::array<BYTE, 3> kByteOrderMark = {0xEF, 0xBB, 0xBF};
 
 Failure Unusable(const std::wstring& file, const std::wstring& reason) {
-    return {kBadDocument, L"cannot use the document \"" + file + L"\": " + reason};
+    return {ERROR_INSTALL_FAILURE, L"cannot use the document \"" + file + L"\": " + reason};
 }
 
 Bytes ReadBytes(const std::wstring& file) {
-    const auto failed = [&file](DWORD error) {
-        return SystemFailure(kBadDocument, L"cannot read the document", file, error);
-    };
+    const auto failed = [&file](DWORD error) { return SystemFailure(L"cannot read the document", file, error); };
     const OwnedFileHandle handle(::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
                                                FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!handle) {
@@ -74,7 +74,7 @@ void CheckWellFormed(const std::wstring& file, const std::wstring& text) {
     ComPtr<IXMLDOMDocument> document;
     HRESULT hr = dom::CreateDocument(document);
     if (FAILED(hr)) {
-        throw SystemFailure(kBadDocument, L"no XML engine to check", file, static_cast<DWORD>(hr));
+        throw SystemFailure(L"no XML engine to check", file, static_cast<DWORD>(hr));
     }
     if (!dom::LoadText(document.Get(), text.c_str(), hr)) {
         throw Unusable(file, L"it is not well-formed XML" + ParserWords(document.Get()));
@@ -93,3 +93,5 @@ Bytes ReadDocument(const std::wstring& file) {
     bytes.push_back(0);
     return bytes;
 }
+
+}  // namespace tools::pack

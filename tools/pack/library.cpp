@@ -2,20 +2,18 @@
 
 #include <algorithm>
 
-#include "failure.h"
+#include "common/failure.h"
 #include "foundation/CCrypt.h"
 #include "foundation/owned.h"
 #include "foundation/XmlData.h"
+
+namespace tools::pack {
 
 namespace {
 
 constexpr wchar_t kResourceType[] = L"XMLBIN";
 constexpr WORD kResourceId = 101;
 constexpr std::size_t kCipherBlockBytes = 16;
-
-Failure Failed(const wchar_t* step, const std::wstring& library, DWORD error = ::GetLastError()) {
-    return SystemFailure(kBadLibrary, step, library, error);
-}
 
 // A copy of the library in its own folder, so that it can take the library's place by a mere change of names.
 class WorkingCopy {
@@ -28,7 +26,7 @@ public:
             if (error != ERROR_FILE_EXISTS && error != ERROR_ALREADY_EXISTS) {
                 ::DeleteFileW(m_path.c_str());
             }
-            throw Failed(L"cannot make a working copy beside", library, error);
+            throw SystemFailure(L"cannot make a working copy beside", library, error);
         }
     }
     ~WorkingCopy() {
@@ -43,7 +41,7 @@ public:
 
     void TakePlaceOfLibrary() {
         if (!::MoveFileExW(m_path.c_str(), m_library.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH)) {
-            throw Failed(L"cannot replace", m_library);
+            throw SystemFailure(L"cannot replace", m_library);
         }
         m_placed = true;
     }
@@ -58,12 +56,12 @@ private:
 void CheckWritable(const std::wstring& library) {
     const DWORD attributes = ::GetFileAttributesW(library.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
-        throw Failed(L"cannot write to the library", library, ERROR_ACCESS_DENIED);
+        throw SystemFailure(L"cannot write to the library", library, ERROR_ACCESS_DENIED);
     }
     const OwnedFileHandle file(::CreateFileW(library.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
                                              OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
     if (!file) {
-        throw Failed(L"cannot write to the library", library);
+        throw SystemFailure(L"cannot write to the library", library);
     }
 }
 
@@ -71,10 +69,10 @@ void CheckProgramFile(const std::wstring& library) {
     const OwnedModule module(::LoadLibraryExW(library.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE));
     const DWORD error = ::GetLastError();
     if (!module && error == ERROR_BAD_EXE_FORMAT) {  // the system's own words have a gap for the name
-        throw Failure{kBadLibrary, L"cannot use the library \"" + library + L"\": it is no program file"};
+        throw Failure(ERROR_INSTALL_FAILURE, L"cannot use the library \"" + library + L"\": it is no program file");
     }
     if (!module) {
-        throw Failed(L"cannot use the library", library, error);
+        throw SystemFailure(L"cannot use the library", library, error);
     }
 }
 
@@ -85,7 +83,7 @@ Bytes Encipher(const Bytes& document, const std::wstring& library) {
     DWORD size = static_cast<DWORD>(document.size());
     if (!crypt.PrepareKey() ||
         !::CryptEncrypt(crypt.Key(), 0, TRUE, 0, bytes.data(), &size, static_cast<DWORD>(bytes.size()))) {
-        throw Failed(L"cannot encipher the document for", library);
+        throw SystemFailure(L"cannot encipher the document for", library);
     }
     bytes.resize(size);
     return bytes;
@@ -122,11 +120,13 @@ void EmbedDocument(const Bytes& document, const std::wstring& library) {
     ::SetLastError(ERROR_SUCCESS);
     if (const DWORD code = XmlData().WriteData(copy.Path(), kResourceType, kResourceId, enciphered.data(), &size)) {
         const DWORD error = ::GetLastError();
-        throw Failed(L"cannot store the document in", library, error != ERROR_SUCCESS ? error : code);
+        throw SystemFailure(L"cannot store the document in", library, error != ERROR_SUCCESS ? error : code);
     }
     if (ReadBack(copy.Path()) != document) {
-        throw Failure{kBadLibrary, L"cannot store the document in \"" + library +
-                                       L"\": what was written does not read back as the document"};
+        throw Failure(ERROR_INSTALL_FAILURE, L"cannot store the document in \"" + library +
+                                                 L"\": what was written does not read back as the document");
     }
     copy.TakePlaceOfLibrary();
 }
+
+}  // namespace tools::pack

@@ -1,13 +1,19 @@
 // prodrm-pack: embeds a document into a library file.
 
 #include <windows.h>
-#include <objbase.h>
 
 #include <string>
+#include <vector>
 
+#include "common/com_scope.h"
+#include "common/exit_codes.h"
+#include "common/failure.h"
+#include "common/output.h"
+#include "common/program.h"
 #include "document.h"
-#include "failure.h"
 #include "library.h"
+
+namespace tools::pack {
 
 namespace {
 
@@ -20,68 +26,35 @@ constexpr wchar_t kHelp[] =
     L"Checks that DOCUMENT.xml is well-formed XML in UTF-8, enciphers it and stores it\n"
     L"in LIBRARY.dll, in place, as the document that removals follow (resource XMLBIN,\n"
     L"id 101). Packer and library must come from one build: they share the key.\n"
-    L"\n"
-    L"exit code:\n"
-    L"  0  the library holds the document\n"
-    L"  1  the document cannot be used\n"
-    L"  2  wrong arguments\n"
-    L"  3  the library cannot be written\n"
-    L"After every code but 0 the library is as it was.\n";
+    L"After every exit code but 0 the library is as it was.\n"
+    L"\n";
 
 constexpr wchar_t kVersion[] = L"prodrm-pack " PRODRM_VERSION L"\n";
 
-// To a console as it is, to a file or pipe as UTF-8.
-void Print(DWORD stream, const std::wstring& text) {
-    const HANDLE out = ::GetStdHandle(stream);
-    DWORD done = 0;
-    DWORD mode = 0;
-    const int length = static_cast<int>(text.size());
-    if (::GetConsoleMode(out, &mode)) {
-        ::WriteConsoleW(out, text.data(), static_cast<DWORD>(length), &done, nullptr);
-        return;
+int Run(const std::vector<std::wstring>& arguments, Output& out) {
+    if (arguments.size() == 1 && arguments[0] == L"--help") {
+        out.Write(kUsage);
+        out.Write(kHelp);
+        out.Write(ExitCodesHelp({ERROR_SUCCESS, ERROR_INSTALL_FAILURE, ERROR_INVALID_COMMAND_LINE}));
+        return ERROR_SUCCESS;
     }
-    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), length, bytes.data(), size, nullptr, nullptr);
-    ::WriteFile(out, bytes.data(), static_cast<DWORD>(size), &done, nullptr);
-}
-
-struct ComScope {
-    ComScope() { ::CoInitialize(nullptr); }
-    ~ComScope() { ::CoUninitialize(); }
-    ComScope(const ComScope&) = delete;
-    ComScope& operator=(const ComScope&) = delete;
-};
-
-int Pack(const std::wstring& document, const std::wstring& library) {
+    if (arguments.size() == 1 && arguments[0] == L"--version") {
+        out.Write(kVersion);
+        return ERROR_SUCCESS;
+    }
+    if (arguments.size() != 2 || arguments[0].empty() || arguments[1].empty()) {
+        Output(STD_ERROR_HANDLE).Write(kUsage);
+        return ERROR_INVALID_COMMAND_LINE;
+    }
     const ComScope com;
-    try {
-        EmbedDocument(ReadDocument(document), library);
-        return kPacked;
-    } catch (const Failure& failure) {
-        Print(STD_ERROR_HANDLE, L"prodrm-pack: " + failure.text + L"\n");
-        return failure.exitCode;
-    } catch (...) {  // of containers and COM, which raise nothing but a failed allocation
-        Print(STD_ERROR_HANDLE, L"prodrm-pack: not enough memory for \"" + document + L"\"\n");
-        return kBadDocument;
-    }
+    EmbedDocument(ReadDocument(arguments[0]), arguments[1]);
+    return ERROR_SUCCESS;
 }
 
 }  // namespace
 
+}  // namespace tools::pack
+
 int wmain(int count, wchar_t** arguments) {
-    const std::wstring first = count > 1 ? arguments[1] : L"";
-    if (count == 2 && first == L"--help") {
-        Print(STD_OUTPUT_HANDLE, std::wstring(kUsage) + kHelp);
-        return kPacked;
-    }
-    if (count == 2 && first == L"--version") {
-        Print(STD_OUTPUT_HANDLE, kVersion);
-        return kPacked;
-    }
-    if (count != 3 || first.empty() || *arguments[2] == L'\0') {
-        Print(STD_ERROR_HANDLE, kUsage);
-        return kBadUsage;
-    }
-    return Pack(first, arguments[2]);
+    return tools::RunTool("prodrm-pack", count, arguments, &tools::pack::Run);
 }

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 #include <utility>
 
-namespace host {
+namespace tools {
 
 // Ends the run: the exit code of the program, and what to tell the user.
 class Failure {
@@ -18,4 +20,7 @@ private:
     std::wstring m_message;
 };
 
-}  // namespace host
+// A step that the system refused: `step "file": message of the system (error)`.
+Failure SystemFailure(const std::wstring& step, const std::wstring& file, DWORD error = ::GetLastError());
+
+}  // namespace tools

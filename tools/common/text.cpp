@@ -1,11 +1,11 @@
-#include "text.h"
+#include "common/text.h"
 
 #include <windows.h>
 
 #include <algorithm>
 #include <iterator>
 
-namespace host {
+namespace tools {
 
 namespace {
 
@@ -44,22 +44,6 @@ bool IsControl(wchar_t unit) {
 
 }  // namespace
 
-std::string ToUtf8(std::wstring_view text) {
-    const int units = static_cast<int>(text.size());
-    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), units, nullptr, 0, nullptr, nullptr);
-    std::string bytes(static_cast<std::size_t>(size), '\0');
-    ::WideCharToMultiByte(CP_UTF8, 0, text.data(), units, bytes.data(), size, nullptr, nullptr);
-    return bytes;
-}
-
-std::wstring FromUtf8(std::string_view text) {
-    const int bytes = static_cast<int>(text.size());
-    const int size = ::MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, nullptr, 0);
-    std::wstring units(static_cast<std::size_t>(size), L'\0');
-    ::MultiByteToWideChar(CP_UTF8, 0, text.data(), bytes, units.data(), size);
-    return units;
-}
-
 std::size_t DisplayWidth(std::wstring_view text) {
     std::size_t width = 0;
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -80,4 +64,4 @@ std::wstring Printable(std::wstring_view text) {
     return printable;
 }
 
-}  // namespace host
+}  // namespace tools

@@ -5,10 +5,11 @@
 #include <string>
 #include <string_view>
 
-namespace host {
+namespace tools {
 
 // A standard stream of the program: wide text on a console, UTF-8 anywhere else; "\n" ends a line. Nothing here throws,
-// so that it may be used from within a call of the library; a failed write is remembered.
+// so that it may be used from within a call of the library; a failed write is remembered. A program that was started
+// without the stream writes to nobody, which is no failure.
 class Output {
 public:
     // STD_OUTPUT_HANDLE or STD_ERROR_HANDLE.
@@ -32,4 +33,4 @@ private:
 // Columns of the console behind the standard output; 80 where there is none.
 unsigned ConsoleColumns();
 
-}  // namespace host
+}  // namespace tools

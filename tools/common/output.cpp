@@ -1,12 +1,12 @@
-#include "output.h"
+#include "common/output.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <new>
 
-#include "text.h"
+#include "common/utf8.h"
 
-namespace host {
+namespace tools {
 
 namespace {
 
@@ -30,6 +30,9 @@ Output::Output(DWORD stream) : m_handle(::GetStdHandle(stream)) {
 }
 
 void Output::Write(std::wstring_view text) noexcept {
+    if (m_handle == nullptr || m_handle == INVALID_HANDLE_VALUE) {
+        return;
+    }
     try {
         const std::wstring lines = WithLineBreaks(text);
         if (m_isConsole) {
@@ -63,7 +66,8 @@ void Output::WriteConsoleText(const std::wstring& text) {
 void Output::WriteBytes(const std::string& bytes) {
     for (std::size_t at = 0; at < bytes.size();) {
         DWORD written = 0;
-        if (!::WriteFile(m_handle, &bytes[at], static_cast<DWORD>(bytes.size() - at), &written, nullptr)) {
+        if (!::WriteFile(m_handle, &bytes[at], static_cast<DWORD>(bytes.size() - at), &written, nullptr) ||
+            written == 0) {
             m_failed = true;
             return;
         }
@@ -79,4 +83,4 @@ unsigned ConsoleColumns() {
     return static_cast<unsigned>(info.srWindow.Right - info.srWindow.Left + 1);
 }
 
-}  // namespace host
+}  // namespace tools

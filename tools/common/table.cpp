@@ -1,11 +1,11 @@
-#include "table.h"
+#include "common/table.h"
 
 #include <algorithm>
 #include <cstddef>
 
-#include "text.h"
+#include "common/text.h"
 
-namespace host {
+namespace tools {
 
 void Table::Add(Row row) {
     std::transform(row.begin(), row.end(), row.begin(), Printable);
@@ -30,4 +30,4 @@ std::wstring Table::Text() const {
     return text;
 }
 
-}  // namespace host
+}  // namespace tools

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-namespace host {
+namespace tools {
 
 // Rows in aligned columns below a heading. Every row has as many cells as the heading.
 class Table {
@@ -19,4 +19,4 @@ private:
     std::vector<Row> m_rows;
 };
 
-}  // namespace host
+}  // namespace tools

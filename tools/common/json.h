@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "text.h"
+#include "common/utf8.h"
 
-namespace host {
+namespace tools {
 
 // Members keep the order in which they are given.
 using Json = nlohmann::ordered_json;
@@ -15,4 +15,4 @@ inline std::wstring ToText(const Json& value, int indent = 2) {
     return FromUtf8(value.dump(indent, ' ', false, Json::error_handler_t::replace));
 }
 
-}  // namespace host
+}  // namespace tools
