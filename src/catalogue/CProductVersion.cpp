@@ -139,21 +139,28 @@ bool CProductVersion::IsInstalled() const {
     return HasValue(CALLER, key.Get());
 }
 
-bool CProductVersion::IsInstalled2() const {
+bool CProductVersion::IsInstalled2(REGSAM* access) const {
     HKEY hive = nullptr;
     std::wstring subkey;
     if (!SplitKeyPath(CALLER, hive, subkey)) {
         return false;
     }
     OwnedRegKey key;
-    LONG error = ::RegOpenKeyExW(hive, subkey.c_str(), 0, kReadDefaultView, key.Put());
+    REGSAM tried = kReadDefaultView;
+    LONG error = ::RegOpenKeyExW(hive, subkey.c_str(), 0, tried, key.Put());
     if (error != ERROR_SUCCESS) {
         LOG(kInfo, L"failed RegOpenKeyEx (OS redirect) \"%s\" error 0x%x", subkey.c_str(), error);
-        error = ::RegOpenKeyExW(hive, subkey.c_str(), 0, ChooseOtherView(CALLER), key.Put());
-        if (error != ERROR_SUCCESS) {
-            LOG(kInfo, L"failed RegOpenKeyEx \"%s\" error 0x%x", subkey.c_str(), error);
-            return false;
-        }
+        tried = ChooseOtherView(CALLER);
+        error = ::RegOpenKeyExW(hive, subkey.c_str(), 0, tried, key.Put());
+    }
+    if (access != nullptr) {
+        *access = tried;
+    }
+    if (error != ERROR_SUCCESS) {
+        LOG(kInfo, L"failed RegOpenKeyEx \"%s\" error 0x%x", subkey.c_str(), error);
+        return false;
+    }
+    if (tried != kReadDefaultView) {
         LOG(kInfo, L"success");
     }
     return HasValue(CALLER, key.Get());

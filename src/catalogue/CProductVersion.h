@@ -18,8 +18,8 @@ public:
 
     // True if the mark is in the view that the library looks at first; one try.
     bool IsInstalled() const;
-    // Tries the process's default view, then the other one.
-    bool IsInstalled2() const;
+    // Tries the process's default view, then the other one. `access`, where given, receives the mask of the last try.
+    bool IsInstalled2(REGSAM* access = nullptr) const;
 
     // Full registry path with its hive in words, or empty: such a version is never installed.
     const std::wstring& KeyPath() const { return m_keyPath; }

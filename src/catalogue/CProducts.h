@@ -14,6 +14,8 @@
 // A catalogue in memory. Made for one exported call.
 class CProducts {
 public:
+    virtual ~CProducts() = default;
+
     // Appends the products of the file. One bad product fails the catalogue; what was read so far stays. A document
     // without its root element brings the process down by a null dereference, after the callback and two log lines.
     bool Load(const std::wstring& file, LONG type, NotifyCallback notify);
@@ -21,7 +23,7 @@ public:
     const std::vector<CProduct>& Products() const { return m_products; }
 
     // Appends every product that is installed, in catalogue order. Always true.
-    bool GetInstalledProducts(std::vector<CProduct>& installed, LONG type) const;
+    virtual bool GetInstalledProducts(std::vector<CProduct>& installed, LONG type) const;
 
     // The removals. Each product is tried whatever became of the one before; the result is true if all that were
     // tried went well. `restartRequired` receives whether one of them asks for a restart; it stays untouched if there
@@ -36,6 +38,11 @@ public:
     bool UninstallAllInstalled(LONG type, bool* restartRequired, NotifyCallback notify) const;
     // Removes every product of the catalogue, installed or not.
     bool UninstallForceAll(bool* restartRequired, NotifyCallback notify) const;
+
+protected:
+    // Removes one of the products that go; false if that failed. `restartRequired` is set if it asks for a restart.
+    virtual bool Remove(const CProduct& product, const std::vector<CProductCheckUse>& toCheck, bool* restartRequired,
+                        NotifyCallback notify) const;
 
 private:
     // False if there is no such product; compared exactly, the first one counts.

@@ -131,13 +131,19 @@ bool CProducts::Uninstall(const std::vector<CProduct>& toRemove, const std::vect
     bool ok = true;
     *restartRequired = false;
     for (const CProduct& product : toRemove) {
-        CProductUninstall removal(product.Name().c_str(), product.File(), &toCheck, notify);
-        if (!removal.Uninstall()) {
+        if (!Remove(product, toCheck, restartRequired, notify)) {
             ok = false;
         }
-        if (removal.RestartRequired()) {
-            *restartRequired = true;
-        }
+    }
+    return ok;
+}
+
+bool CProducts::Remove(const CProduct& product, const std::vector<CProductCheckUse>& toCheck, bool* restartRequired,
+                       NotifyCallback notify) const {
+    CProductUninstall removal(product.Name().c_str(), product.File(), &toCheck, notify);
+    const bool ok = removal.Uninstall();
+    if (removal.RestartRequired()) {
+        *restartRequired = true;
     }
     return ok;
 }

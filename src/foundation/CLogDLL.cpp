@@ -70,7 +70,11 @@ constexpr CLogDLL::EntryPoint CLogDLL::kEntryPoints[] = {
 };
 // clang-format on
 
-CLogDLL::CLogDLL() {
+CLogDLL::CLogDLL(LogWriteFunction writer) {
+    if (writer != nullptr) {
+        m_LogWrite = reinterpret_cast<FARPROC>(reinterpret_cast<void*>(writer));
+        return;
+    }
     Load();
     if (m_module != nullptr) {
         CallIfFound(m_module, "LogInit");
@@ -124,10 +128,14 @@ bool CLogDLL::IsOpen() {
 }
 
 CLogDLL* CLogDLL::AddReference() {
+    return AddReference(nullptr);
+}
+
+CLogDLL* CLogDLL::AddReference(LogWriteFunction writer) {
     const SpinLock lock(g_spinWord);
     if (Unreferenced()) {
         g_instance.reset();
-        g_instance.reset(new CLogDLL);
+        g_instance.reset(new CLogDLL(writer));
         if (!g_exitHandlerRegistered) {
             g_exitHandlerRegistered = true;
             std::atexit(&NothingAtExit);

@@ -18,6 +18,10 @@ public:
     // Takes a reference and gives the object, made now if no reference was held.
     static CLogDLL* AddReference();
 
+    // The same, for a program that hears the statements itself: an object made now hands them to `writer` and loads
+    // nothing.
+    static CLogDLL* AddReference(LogWriteFunction writer);
+
     // Gives one reference back. The last one destroys the object and unloads log.dll.
     static void Release();
 
@@ -31,7 +35,7 @@ public:
     ~CLogDLL();
 
 private:
-    CLogDLL();
+    explicit CLogDLL(LogWriteFunction writer);
     void Load();
     void BindEntryPoints();
 

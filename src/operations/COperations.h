@@ -49,13 +49,16 @@ public:
     OperationResult DisableService(const std::wstring& name) const;
     OperationResult CheckService(const std::wstring& name) const;
 
-private:
+protected:
     // What a shortcut must point at to be acted on.
     struct ShortcutTarget {
         const std::wstring& text;
         bool isWholePath;
     };
 
+    static bool PointsAt(const wchar_t* caller, const std::wstring& link, const ShortcutTarget& target);
+
+private:
     void AddRestartDelText(const wchar_t* path) { AddRestartDel(path); }
     OperationResult DelFolderRec(const std::wstring& path, IUsed* used, bool& usedFlag);
     OperationResult ExpandFolderRec(const std::wstring& path, std::vector<std::wstring>& folders,
@@ -70,7 +73,6 @@ private:
     template <typename ActOnPath, typename ActOnLink>
     static OperationResult WalkShortcuts(const wchar_t* caller, const std::wstring& path, const ShortcutTarget& target,
                                          const ActOnPath& actOnPath, const ActOnLink& actOnLink);
-    static bool PointsAt(const wchar_t* caller, const std::wstring& link, const ShortcutTarget& target);
     // Answers the last COM result. `target` is empty where the link was not read.
     static HRESULT GetLinkInfo(const std::wstring& path, wchar_t (&target)[MAX_PATH]);
 

@@ -202,7 +202,7 @@ bool CProductConfig::GetAppPath(IXMLDOMNode* version, std::wstring& appPath) con
     wchar_t value[kAppPathChars] = {};
     OperationResult result = _ERROR_NOT_FOUND;
     if (CSplitKeyPath::Split(key, hive, subkey)) {
-        result = CRegKeyHelper::GetValue(hive, subkey, name, value);
+        result = ReadAppPath(hive, subkey, name, value);
     }
     if (result != _ERROR_SUCCESS) {
         LOG(kError, L"error read \"%s\" \"%s\", error = %s", key.c_str(), name.c_str(), ResultName(result));
@@ -210,6 +210,11 @@ bool CProductConfig::GetAppPath(IXMLDOMNode* version, std::wstring& appPath) con
     }
     appPath = value;
     return true;
+}
+
+OperationResult CProductConfig::ReadAppPath(HKEY hive, const std::wstring& subkey, const std::wstring& valueName,
+                                            wchar_t* buffer) const {
+    return CRegKeyHelper::GetValue(hive, subkey, valueName, buffer);
 }
 
 bool CProductConfig::GetInstallFolder(IXMLDOMNode* version, std::wstring& appPath) const {

@@ -11,6 +11,7 @@
 
 #include "foundation/com.h"
 #include "foundation/dom.h"
+#include "foundation/result.h"
 #include "script/OperationAttributes.h"
 
 // The walker of a product script: from the document through the listed versions and their sections down to one handler
@@ -47,6 +48,10 @@ protected:
     virtual bool ProcessDisableService(const OperationAttributes&, const std::wstring&) { return true; }
     virtual bool ProcessDisableAndStopDriver(const OperationAttributes&, const std::wstring&) { return true; }
     virtual bool ProcessDisableAndStopService(const OperationAttributes&, const std::wstring&) { return true; }
+
+    // Reads the value that holds a version's application path, as CRegKeyHelper::GetValue does.
+    virtual OperationResult ReadAppPath(HKEY hive, const std::wstring& subkey, const std::wstring& valueName,
+                                        wchar_t* buffer) const;
 
     // Steps that the processors share. Each logs, and reports to the callback, in its caller's name.
 

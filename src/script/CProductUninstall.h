@@ -58,6 +58,19 @@ protected:
     }
     virtual bool ProcessExecDllMethod(const OperationAttributes& attributes, const std::wstring& appPath);
 
+    // The end of each operation, where it touches the machine.
+    virtual OperationResult RemoveFolder(const std::wstring& path) { return m_operations.DelFolder(path, this); }
+    virtual OperationResult RemoveFile(const std::wstring& path) { return m_operations.DelFile(path, this); }
+    virtual OperationResult RemoveShortcut(const DelShortcutOp& shortcut);
+    virtual OperationResult RemoveKeysBySearch(const DelRegKeyDataOp& search);
+    virtual OperationResult RemoveKey(const DelRegOp& key);
+    virtual OperationResult RemoveValue(const DelRegOp& value);
+    virtual OperationResult EndProcess(const std::wstring& imageName) { return m_operations.KillProcess(imageName); }
+    virtual OperationResult RunTool(const ExecToolOp& tool);
+    virtual OperationResult CallMethod(const std::wstring& library, const std::wstring& method);
+    virtual OperationResult Disable(const std::wstring& service) { return m_operations.DisableService(service); }
+    virtual OperationResult Stop(const std::wstring& service);
+
     // The stages after the walk.
     bool SortCachedOps();
     bool ExecuteCachedOps();

@@ -154,7 +154,7 @@ bool CProductUninstall::ProcessExecDllMethod(const OperationAttributes& attribut
     if (IsYes(attributes.Find(attribute::kDisableWow64Redir))) {
         off.emplace(CALLER);
     }
-    const OperationResult result = m_operations.ExecDllMethod(path, *method);
+    const OperationResult result = CallMethod(path, *method);
     if (result != _ERROR_SUCCESS) {
         LOG(kWarning, L"failed %s, \"%s\" \"%s\"", ResultName(result), path.c_str(), method->c_str());
         return false;

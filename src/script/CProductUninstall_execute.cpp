@@ -142,7 +142,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_DisableAndStopDriver() {
         if (!ProcessDisableDriver(driver.attributes, driver.text)) {
             LOG(kWarning, L"failed ProcessDisableDriver for %s", driver.text.c_str());
         }
-        const DWORD stopped = StopService(driver.text);
+        const DWORD stopped = Stop(driver.text);
         if (stopped != 0) {
             LOG(kWarning, L"failed %d", stopped);
             kind = _ERROR_FAILED;
@@ -155,7 +155,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_DisableAndStopDriver() {
 OperationResult CProductUninstall::ExecuteCachedOp_DisableDriver() {
     OperationResult kind = _ERROR_SUCCESS;
     for (const std::wstring& name : m_disableDrivers) {
-        const OperationResult result = m_operations.DisableService(name);
+        const OperationResult result = Disable(name);
         if (result != _ERROR_SUCCESS) {
             LOG(kWarning, L"failed %s, \"%s\"", ResultName(result), name.c_str());
             kind = _ERROR_FAILED;
@@ -189,7 +189,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_ExecTool() {
         if (tool.disableWow64Redir) {
             off.emplace(CALLER);
         }
-        const OperationResult result = m_operations.ExecTool(tool.commandLine, tool.wait, tool.showWindow);
+        const OperationResult result = RunTool(tool);
         if (result != _ERROR_SUCCESS) {
             LOG(kWarning, L"failed %s, \"%s\"", ResultName(result), tool.commandLine.c_str());
             kind = _ERROR_FAILED;
@@ -203,7 +203,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_ExecTool() {
 OperationResult CProductUninstall::ExecuteCachedOp_KillProcess() {
     OperationResult kind = _ERROR_SUCCESS;
     for (const std::wstring& name : m_killProcesses) {
-        const OperationResult result = m_operations.KillProcess(name);
+        const OperationResult result = EndProcess(name);
         if (result != _ERROR_SUCCESS) {
             LOG(kWarning, L"failed %s, \"%s\"", ResultName(result), name.c_str());
         }
@@ -220,7 +220,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_DelFolder() {
                                       L"failed %s delete folder \"%s\""};
     OperationResult kind = _ERROR_SUCCESS;
     for (const std::wstring& path : m_delFolders) {
-        FinishDeletion(CALLER, kTexts, m_operations.DelFolder(path, this), path, kind);
+        FinishDeletion(CALLER, kTexts, RemoveFolder(path), path, kind);
     }
     return kind;
 }
@@ -229,7 +229,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_DelFile() {
     constexpr DeletionTexts kTexts = {L"failed %s delete file \"%s\"", L"failed %s delete file \"%s\""};
     OperationResult kind = _ERROR_SUCCESS;
     for (const std::wstring& path : m_delFiles) {
-        FinishDeletion(CALLER, kTexts, m_operations.DelFile(path, this), path, kind);
+        FinishDeletion(CALLER, kTexts, RemoveFile(path), path, kind);
     }
     return kind;
 }
@@ -258,8 +258,7 @@ void CProductUninstall::FinishDeletion(const wchar_t* caller, const DeletionText
 OperationResult CProductUninstall::ExecuteCachedOp_DelShortcut() {
     OperationResult kind = _ERROR_SUCCESS;
     for (const DelShortcutOp& shortcut : m_delShortcuts) {
-        const OperationResult result =
-            m_operations.DelShortcut(shortcut.path, shortcut.target, shortcut.targetIsWholePath, this);
+        const OperationResult result = RemoveShortcut(shortcut);
         if (result != _ERROR_SUCCESS) {
             LOG(kInfo, L"COperations DelShortcut failed %s", ResultName(result));
             kind = _ERROR_FAILED;
@@ -275,12 +274,11 @@ OperationResult CProductUninstall::ExecuteCachedOp_DelRegKeys() {
         FinishRegistryEntry(CALLER, result, keyPath, kind);
     };
     for (const DelRegKeyDataOp& key : m_delRegKeyData) {
-        finish(CRegKeyHelper::DelKeySearch(key.keyPath, key.dataStrings, key.completeStr, key.x32view, this),
-               key.keyPath);
+        finish(RemoveKeysBySearch(key), key.keyPath);
     }
     for (const DelRegOp& key : m_delReg) {
         if (!key.isValue) {
-            finish(CRegKeyHelper::DeleteKey(key.keyPath, key.x32view, this), key.keyPath);
+            finish(RemoveKey(key), key.keyPath);
         }
     }
     return kind;
@@ -290,9 +288,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_DelRegValues() {
     OperationResult kind = _ERROR_SUCCESS;
     for (const DelRegOp& value : m_delReg) {
         if (value.isValue) {
-            const OperationResult result =
-                CRegKeyHelper::DeleteValue(value.keyPath, value.valueName, value.x32view, this);
-            FinishRegistryEntry(CALLER, result, value.keyPath, kind);
+            FinishRegistryEntry(CALLER, RemoveValue(value), value.keyPath, kind);
         }
     }
     return kind;
@@ -307,4 +303,32 @@ void CProductUninstall::FinishRegistryEntry(const wchar_t* caller, OperationResu
         kind = _ERROR_FAILED;
     }
     FinishEntry(kRegistryUnits);
+}
+
+OperationResult CProductUninstall::RemoveShortcut(const DelShortcutOp& shortcut) {
+    return m_operations.DelShortcut(shortcut.path, shortcut.target, shortcut.targetIsWholePath, this);
+}
+
+OperationResult CProductUninstall::RemoveKeysBySearch(const DelRegKeyDataOp& search) {
+    return CRegKeyHelper::DelKeySearch(search.keyPath, search.dataStrings, search.completeStr, search.x32view, this);
+}
+
+OperationResult CProductUninstall::RemoveKey(const DelRegOp& key) {
+    return CRegKeyHelper::DeleteKey(key.keyPath, key.x32view, this);
+}
+
+OperationResult CProductUninstall::RemoveValue(const DelRegOp& value) {
+    return CRegKeyHelper::DeleteValue(value.keyPath, value.valueName, value.x32view, this);
+}
+
+OperationResult CProductUninstall::RunTool(const ExecToolOp& tool) {
+    return m_operations.ExecTool(tool.commandLine, tool.wait, tool.showWindow);
+}
+
+OperationResult CProductUninstall::CallMethod(const std::wstring& library, const std::wstring& method) {
+    return m_operations.ExecDllMethod(library, method);
+}
+
+OperationResult CProductUninstall::Stop(const std::wstring& service) {
+    return StopService(service);
 }
