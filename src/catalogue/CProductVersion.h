@@ -23,6 +23,8 @@ public:
 
     // Full registry path with its hive in words, or empty: such a version is never installed.
     const std::wstring& KeyPath() const { return m_keyPath; }
+    // Empty where the key alone is the mark.
+    const std::wstring& KeyValue() const { return m_keyValue; }
     const Params& Parameters() const { return m_params; }
 
 private:
