@@ -55,6 +55,7 @@ function(prodrm_add_dist)
     prodrm_dist_strip(prodrm_log log.dll)
     prodrm_dist_copy("${PROJECT_SOURCE_DIR}/include/log.h" log.h)
     prodrm_dist_strip(prodrm_host prodrm.exe)
+    prodrm_dist_strip(prodrm_author prodrm-author.exe)
 
     set(documents "${PROJECT_SOURCE_DIR}/documents")
     file(GLOB_RECURSE scripts CONFIGURE_DEPENDS RELATIVE "${documents}" "${documents}/intern/*" "${documents}/extern/*")

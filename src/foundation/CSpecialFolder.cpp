@@ -53,6 +53,22 @@ const SpecialFolder* FindSpecialFolder(const std::wstring& lowerName) {
 
 }  // namespace
 
+std::vector<std::wstring> CSpecialFolder::Names() {
+    std::vector<std::wstring> names;
+    for (const SpecialFolder& folder : kSpecialFolders) {
+        names.emplace_back(folder.name);
+    }
+    return names;
+}
+
+std::optional<int> CSpecialFolder::NumberOf(const std::wstring& name, bool underWow64) {
+    const SpecialFolder* const folder = FindSpecialFolder(LowerCase(name));
+    if (folder == nullptr) {
+        return std::nullopt;
+    }
+    return underWow64 ? folder->csidlUnderWow64 : folder->csidlOtherwise;
+}
+
 bool CSpecialFolder::Get(const std::wstring& name, std::wstring& path) const {
     LOG(kInfo, L"->\"%s\"", name.c_str());
     if (name == L"app_path") {

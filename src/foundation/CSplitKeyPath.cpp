@@ -48,6 +48,15 @@ bool CSplitKeyPath::Split(const std::wstring& path, HKEY& hive, std::wstring& su
     return true;
 }
 
+std::vector<std::wstring> HiveNames() {
+    std::vector<std::wstring> names;
+    for (const Hive& hive : kHives) {
+        names.emplace_back(hive.longName);
+        names.emplace_back(hive.shortName);
+    }
+    return names;
+}
+
 const wchar_t* HiveName(HKEY hive) {
     for (const Hive& known : kHives) {
         if (known.key == hive) {

@@ -58,6 +58,19 @@ const CProductConfig::Operation* CProductConfig::FindOperation(const std::wstrin
     return nullptr;
 }
 
+std::vector<std::wstring> CProductConfig::OperationNames() {
+    std::vector<std::wstring> names;
+    for (const Operation& operation : kOperations) {
+        names.emplace_back(operation.name);
+    }
+    return names;
+}
+
+std::optional<OperationKind> CProductConfig::OperationOf(const std::wstring& opCode) {
+    const Operation* const operation = FindOperation(opCode);
+    return operation != nullptr ? std::optional(operation->kind) : std::nullopt;
+}
+
 bool CProductConfig::Process() {
     LOG(kInfo, L"\"%s\"", m_scriptName.c_str());
     ComPtr<IXMLDOMDocument> document;

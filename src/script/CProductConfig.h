@@ -5,6 +5,7 @@
 
 #include <prodrm.h>
 
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,6 +25,10 @@ public:
     virtual ~CProductConfig() = default;
 
     std::wstring GetScriptName() const { return m_scriptName; }
+
+    // The names of the operations that a section may have as its op_code, and which of them a text means.
+    static std::vector<std::wstring> OperationNames();
+    static std::optional<OperationKind> OperationOf(const std::wstring& opCode);
 
     // Walks the whole script. True whenever its list of versions could be read: a version that failed does not fail
     // the script.
