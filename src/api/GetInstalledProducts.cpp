@@ -5,7 +5,7 @@
 
 #include "api/listing.h"
 #include "api/result_array.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 
 namespace {
 

@@ -1,7 +1,7 @@
 #include <windows.h>
 
 #include "api/listing.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 
 namespace {
 

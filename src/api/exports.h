@@ -2,7 +2,7 @@
 
 #include <prodrm.h>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 
 // What the exports share. Their prototypes and records are in prodrm.h.
 

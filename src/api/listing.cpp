@@ -9,7 +9,7 @@
 #include "api/com_rule.h"
 #include "api/exports.h"
 #include "api/result_array.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/path.h"
 #include "foundation/result.h"
 

@@ -2,7 +2,7 @@
 
 #include <oleauto.h>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 
 bool MakeResultArray(const wchar_t* caller, SAFEARRAY** array, ULONG elementBytes, ULONG count, void** data) {
     HRESULT hr = ::SafeArrayAllocDescriptor(1, array);

@@ -6,7 +6,7 @@
 #include "api/com_rule.h"
 #include "api/exports.h"
 #include "catalogue/CProducts.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/path.h"
 #include "foundation/result.h"
 #include "script/progress.h"

@@ -6,7 +6,7 @@
 
 #include "foundation/CXMLHelper.h"
 #include "foundation/dom.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/path.h"
 #include "foundation/result.h"
 #include "script/CProductInstalled.h"

@@ -4,7 +4,7 @@
 #include "foundation/CWow64.h"
 #include "foundation/CXMLHelper.h"
 #include "foundation/dom.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/owned.h"
 #include "foundation/registry_access.h"
 

@@ -1,7 +1,7 @@
 #include "catalogue/CProducts.h"
 
 #include "foundation/dom.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/notify.h"
 
 namespace {

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "catalogue/CProducts.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/result.h"
 #include "script/CProductUninstall.h"
 

@@ -3,7 +3,7 @@
 #include <shlobj.h>
 
 #include "foundation/CWow64.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/owned.h"
 #include "foundation/path.h"
 #include "foundation/registry_access.h"

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <optional>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/module.h"
 #include "foundation/spin_lock.h"
 

@@ -3,7 +3,7 @@
 #include <cwchar>
 
 #include "foundation/com.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 
 bool CXMLHelper::GetNodeAttribute(IXMLDOMNode* node, const wchar_t* name, std::wstring& value) {
     ComPtr<IXMLDOMNamedNodeMap> attributes;

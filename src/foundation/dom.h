@@ -6,7 +6,7 @@
 #include <string>
 
 #include "foundation/com.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 
 // Steps over the MSXML DOM that the readers of catalogues and scripts share. A step fails on a negative result or a
 // null object; its code goes into the log either way. Helpers that log do so in their caller's name.

@@ -2,7 +2,7 @@
 
 #include <shlwapi.h>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/module.h"
 
 namespace {

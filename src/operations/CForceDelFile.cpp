@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/module.h"
 #include "foundation/text.h"
 

@@ -5,7 +5,7 @@
 #include <cerrno>
 
 #include "foundation/CWow64.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "operations/CForceDelFile.h"
 #include "operations/COperations.h"
 #include "operations/folder_entries.h"
@@ -44,11 +44,9 @@ OperationResult CheckMode(const wchar_t* caller, const std::wstring& path, unsig
 }  // namespace
 
 void COperations::AddRestartDel(const std::wstring& path) {
-    if (m_restartDel == nullptr || m_restartDel->Contains(path)) {
-        return;
+    if (m_restartDel != nullptr && m_restartDel->Add(path)) {
+        LOG(kInfo, L"\"%s\"", path.c_str());
     }
-    LOG(kInfo, L"\"%s\"", path.c_str());
-    m_restartDel->Append(path);
 }
 
 OperationResult COperations::DelFile(const std::wstring& path, IUsed* used, bool* usedFlag) {

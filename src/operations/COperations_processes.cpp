@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/module.h"
 #include "foundation/owned.h"
 #include "foundation/text.h"

@@ -1,7 +1,7 @@
 #include <windows.h>
 
 #include "foundation/CSplitKeyPath.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/owned.h"
 #include "foundation/registry_access.h"
 #include "operations/COperations.h"

@@ -7,7 +7,7 @@
 
 #include "foundation/com.h"
 #include "foundation/CWow64.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/text.h"
 #include "operations/COperations.h"
 #include "operations/folder_entries.h"

@@ -1,6 +1,6 @@
 #include "foundation/CSplitKeyPath.h"
 #include "foundation/CWow64.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/module.h"
 #include "foundation/path.h"
 #include "foundation/registry_access.h"

@@ -1,5 +1,5 @@
 #include "foundation/CSplitKeyPath.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/path.h"
 #include "operations/CRegKeyHelper.h"
 #include "operations/registry_walk.h"

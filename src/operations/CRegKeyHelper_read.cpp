@@ -1,7 +1,7 @@
 // The reads and snapshots that deletion, checking and expansion share.
 
 #include "foundation/CSplitKeyPath.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/registry_access.h"
 #include "operations/CRegKeyHelper.h"
 #include "operations/registry_walk.h"

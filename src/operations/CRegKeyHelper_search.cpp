@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "foundation/CSplitKeyPath.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "operations/CRegKeyHelper.h"
 #include "operations/registry_walk.h"
 

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 
-void RestartList::Append(const std::wstring& path) {
-    if (m_known.insert(path).second) {
+bool RestartList::Add(const std::wstring& path) {
+    const bool isNew = m_known.insert(path).second;
+    if (isNew) {
         m_paths.push_back(path);
     }
+    return isNew;
 }
 
 void RestartList::Sort() {

@@ -7,9 +7,8 @@
 // Paths to delete at the next restart, each once, in the order they arrived. Adding is no search through the list.
 class RestartList {
 public:
-    // False if the text, compared exactly, is there already.
-    bool Contains(const std::wstring& path) const { return m_known.contains(path); }
-    void Append(const std::wstring& path);
+    // True if the text was new; one that is there already, compared exactly, is passed over.
+    bool Add(const std::wstring& path);
     void Sort();
 
     bool Empty() const { return m_paths.empty(); }

@@ -2,7 +2,7 @@
 
 #include <cwchar>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/path.h"
 
 FolderEntries::FolderEntries(const wchar_t* caller, const std::wstring& folder) : m_path(folder) {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/owned.h"
 
 // Enumerations of one open key whose buffers grow. Next gives

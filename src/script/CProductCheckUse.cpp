@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <iterator>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/path.h"
 #include "foundation/result.h"
 #include "foundation/text.h"
@@ -45,8 +45,8 @@ CProductCheckUse::CProductCheckUse(std::wstring scriptName) : CProductConfig(std
     SortLists();
 }
 
-// The source keeps its script name and is left with empty lists.
-CProductCheckUse::CProductCheckUse(CProductCheckUse&& other) noexcept
+// The source keeps its script name, whose copy may fail for want of memory, and is left with empty lists.
+CProductCheckUse::CProductCheckUse(CProductCheckUse&& other)
     : CProductConfig(other),
       usedFiles(std::exchange(other.usedFiles, {})),
       usedFolders(std::exchange(other.usedFolders, {})),

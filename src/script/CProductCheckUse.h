@@ -22,7 +22,7 @@ struct ToolEntry {
 class CProductCheckUse : public CProductConfig {
 public:
     explicit CProductCheckUse(std::wstring scriptName);
-    CProductCheckUse(CProductCheckUse&& other) noexcept;
+    CProductCheckUse(CProductCheckUse&& other);
 
     const std::vector<std::wstring>& UsedFiles() const { return usedFiles; }
     const std::vector<std::wstring>& UsedFolders() const { return usedFolders; }

@@ -5,6 +5,7 @@
 
 #include <prodrm.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <utility>
@@ -14,6 +15,14 @@
 #include "foundation/dom.h"
 #include "foundation/result.h"
 #include "script/OperationAttributes.h"
+
+// Where a walk stands in its document. Positions count every child node, comments included, and are -1 outside.
+struct ScriptPlace {
+    std::wstring version;  // name of the version element
+    long section = -1;     // among the children of win_nt
+    std::wstring opCode;   // of the section, as it is written
+    long element = -1;     // among the children of the section
+};
 
 // The walker of a product script: from the document through the listed versions and their sections down to one handler
 // call per operation element. The handlers here do nothing; subclasses give the script its meaning. A handler's false
@@ -58,12 +67,25 @@ protected:
     virtual OperationResult ReadAppPath(HKEY hive, const std::wstring& subkey, const std::wstring& valueName,
                                         wchar_t* buffer) const;
 
+    // The place of the version, section or element that is being processed.
+    const ScriptPlace& Place() const { return m_place; }
+
     // Steps that the processors share. Each logs, and reports to the callback, in its caller's name.
 
-    // `hr` receives the result of the creation.
-    bool CreateDocument(const wchar_t* caller, ComPtr<IXMLDOMDocument>& document, HRESULT& hr) const;
-    // The report of a document that did not load; `hr` is what the log line prints.
-    void ReportNotLoaded(const wchar_t* caller, HRESULT hr) const;
+    struct Script {
+        ComPtr<IXMLDOMDocument> document;
+        ComPtr<IXMLDOMNode> root;  // null if the document lacks its top element
+        std::vector<std::wstring> versions;
+    };
+
+    enum class Loading { Loaded, NotLoaded, NoText };  // without a text there is no report
+
+    // Loads the document. `hr` comes in with the result of its creation; the report of a failure prints what it holds
+    // then.
+    using Loader = std::function<Loading(IXMLDOMDocument* document, HRESULT& hr)>;
+
+    // Creates and loads the document and reads the list of versions.
+    bool OpenScript(const wchar_t* caller, const Loader& load, Script& script) const;
     // False if the document has no node interface. A missing root element is reported and leaves `root` null.
     bool SelectRoot(const wchar_t* caller, IXMLDOMDocument* document, ComPtr<IXMLDOMNode>& root) const;
     // A null root counts as one without the list. On failure the list keeps what it had.
@@ -72,8 +94,21 @@ protected:
     bool WalkListedVersion(const wchar_t* caller, IXMLDOMNode* root, const std::wstring& name);
     bool ProcessVersion(IXMLDOMNode* version);
 
-    static bool OpenSections(const wchar_t* caller, IXMLDOMNode* version, dom::ChildList& sections);
-    static bool SectionAt(const wchar_t* caller, dom::ChildList& sections, long index, ComPtr<IXMLDOMNode>& section);
+    // What one step asks of the loop that it stands in: go on, decide by what was seen so far, or fail at once.
+    enum class Next { GoOn, Decide, Fail };
+    using Visit = std::function<Next(IXMLDOMNode* node)>;
+
+    // Hand over each section of a version, or each element of a section, as long as the visits ask to go on. The answer
+    // is what ended the loop; a list that cannot be had is Fail. A section that cannot be read is Fail, an element
+    // Decide.
+    Next ForEachSection(const wchar_t* caller, IXMLDOMNode* version, const Visit& visit);
+    Next ForEachElement(const wchar_t* caller, IXMLDOMNode* section, const std::wstring& opCode, const Visit& visit);
+
+    enum class SectionReports { None, ToCallback };
+
+    // Every section, whatever became of those before it; false only if the sections cannot be read.
+    bool ProcessSections(const wchar_t* caller, IXMLDOMNode* version, const std::wstring& appPath,
+                         SectionReports reports);
 
     using AttributeList = std::vector<std::pair<std::wstring, std::wstring>>;
     static bool ReadAttributes(const wchar_t* caller, IXMLDOMNamedNodeMap* map, AttributeList& attributes);
@@ -88,8 +123,11 @@ private:
     bool GetAppPath(IXMLDOMNode* version, std::wstring& appPath) const;
     bool GetInstallFolder(IXMLDOMNode* version, std::wstring& appPath) const;
     void ReportSection(IXMLDOMNode* section, bool succeeded) const;
-    bool ProcessElement(IXMLDOMNode* node, const std::wstring& opCode, const std::wstring& appPath, bool& result);
+    // A failed operation clears `succeeded`.
+    Next ProcessElement(const wchar_t* caller, IXMLDOMNode* node, const std::wstring& opCode,
+                        const std::wstring& appPath, bool& succeeded);
 
     std::wstring m_scriptName;
     NotifyCallback m_notify;
+    ScriptPlace m_place;
 };

@@ -3,7 +3,7 @@
 #include <cwchar>
 
 #include "foundation/CXMLHelper.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/result.h"
 #include "operations/COperations.h"
 #include "operations/CRegKeyHelper.h"
@@ -11,8 +11,6 @@
 #include "script/vocabulary.h"
 
 namespace {
-
-constexpr wchar_t kProcessSection[] = L"CProductInstalled::ProcessSection";
 
 // A sum that wraps around at 32 bits.
 int WrappingSum(int left, int right) {
@@ -22,24 +20,17 @@ int WrappingSum(int left, int right) {
 }  // namespace
 
 bool CProductInstalled::Process() {
-    const std::wstring script = GetScriptName();
-    LOG(kInfo, L"->\"%s\"", script.c_str());
-    ComPtr<IXMLDOMDocument> document;
-    HRESULT hr = S_OK;
-    if (!CreateDocument(CALLER, document, hr)) {
+    const std::wstring name = GetScriptName();
+    LOG(kInfo, L"->\"%s\"", name.c_str());
+    const Loader load = [&](IXMLDOMDocument* document, HRESULT& hr) {
+        return dom::LoadFile(document, name, hr) ? Loading::Loaded : Loading::NotLoaded;
+    };
+    Script script;
+    if (!OpenScript(CALLER, load, script)) {
         return false;
     }
-    if (!dom::LoadFile(document.Get(), script, hr)) {
-        ReportNotLoaded(CALLER, hr);
-        return false;
-    }
-    ComPtr<IXMLDOMNode> root;
-    std::vector<std::wstring> versions;
-    if (!SelectRoot(CALLER, document.Get(), root) || !ReadVersions(root.Get(), versions)) {
-        return false;
-    }
-    for (const std::wstring& version : versions) {
-        if (WalkListedVersion(CALLER, root.Get(), version)) {
+    for (const std::wstring& version : script.versions) {
+        if (WalkListedVersion(CALLER, script.root.Get(), version)) {
             return true;
         }
     }
@@ -55,33 +46,20 @@ bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstrin
         LOG(kWarning, L"Invalid value for attribute \"mandatory_sections\". Default value is \"any\". ");
         mode = L"any";
     }
-    dom::ChildList sections;
-    if (!OpenSections(CALLER, version, sections)) {
-        return false;
-    }
     bool installed = false;
-    for (long index = 0; index < sections.Count(); ++index) {
-        ComPtr<IXMLDOMNode> section;
-        if (!SectionAt(CALLER, sections, index, section)) {
-            return false;
-        }
+    const Next end = ForEachSection(CALLER, version, [&](IXMLDOMNode* section) {
         std::wstring opCode;
-        if (!CXMLHelper::GetNodeAttribute(section.Get(), attribute::kOpCode, opCode)) {
+        if (!CXMLHelper::GetNodeAttribute(section, attribute::kOpCode, opCode)) {
             LOG(kError, L"failed get attribute \"op_code\"");
         }
         if (opCode == L"exec_tool") {
-            continue;
+            return Next::GoOn;
         }
-        const bool passed = ProcessSection(section.Get(), appPath);
-        if (mode == L"any") {
-            installed = installed || passed;
-        } else if (!passed) {
-            return false;
-        } else {
-            installed = true;
-        }
-    }
-    return installed;
+        const bool passed = ProcessSection(section, appPath);
+        installed = installed || passed;
+        return passed || mode == L"any" ? Next::GoOn : Next::Fail;
+    });
+    return end != Next::Fail && installed;
 }
 
 bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring& appPath) {
@@ -93,38 +71,27 @@ bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring&
     int minimum = 0;
     CXMLHelper::GetNodeAttribute(section, attribute::kMinimumScore, minimum);
     LOG(kInfo, L"Minimum Score \"%s\" = %d", opCode.c_str(), minimum);
-    dom::ChildList elements;
-    if (!elements.Open(CALLER, section,
-                       {L"failed load child nodes 0x%x", L"failed load \"win_nt\" children count 0x%x"})) {
-        return false;
-    }
+    const wchar_t* const caller = CALLER;
     int score = 0;
-    Next next = Next::Element;
-    for (long index = 0; next == Next::Element && index < elements.Count(); ++index) {
-        ComPtr<IXMLDOMNode> node;
-        const HRESULT hr = elements.Next(node);
-        if (dom::Failed(hr, node)) {
-            LOG(kError, L"failed load child %d, err = 0x%x", index, hr);
-            break;
-        }
-        next = ScoreElement(node.Get(), opCode, appPath, score);
-    }
-    if (next == Next::Failure) {
+    const Next end = ForEachElement(
+        caller, section, opCode, [&](IXMLDOMNode* node) { return ScoreElement(caller, node, opCode, appPath, score); });
+    if (end == Next::Fail) {
         return false;
     }
     LOG(kInfo, L"Score \"%s\" = %d", opCode.c_str(), score);
     return score >= minimum;
 }
 
-CProductInstalled::Next CProductInstalled::ScoreElement(IXMLDOMNode* node, const std::wstring& opCode,
-                                                        const std::wstring& appPath, int& score) {
+CProductInstalled::Next CProductInstalled::ScoreElement(const wchar_t* caller, IXMLDOMNode* node,
+                                                        const std::wstring& opCode, const std::wstring& appPath,
+                                                        int& score) {
     std::wstring name;
     dom::NodeName(node, name);
-    LOG_AS(kProcessSection, kInfo, L"->node \"%s\"", name.c_str());
+    LOG_AS(caller, kInfo, L"->node \"%s\"", name.c_str());
     Bstr text;
     if (FAILED(dom::NodeText(node, text)) || text.Get() == nullptr) {
-        LOG_AS(kProcessSection, kError, L"failed get element value");
-        return Next::Decision;
+        LOG_AS(caller, kError, L"failed get element value");
+        return Next::Decide;
     }
     if (EqualsBlind(text.Text(), element::kSleep)) {
         // A sleep with a value does not pause; one without it pauses for 0 milliseconds.
@@ -132,23 +99,24 @@ CProductInstalled::Next CProductInstalled::ScoreElement(IXMLDOMNode* node, const
         if (!CXMLHelper::GetNodeAttribute(node, attribute::kValue, milliseconds)) {
             ProcessSleep(milliseconds);
         }
-        return Next::Element;
+        return Next::GoOn;
     }
-    const Next next = ScoreOperation(node, opCode, appPath, score);
-    if (next == Next::Element) {
-        LOG_AS(kProcessSection, kInfo, L"<-node \"%s\"", name.c_str());
+    const Next next = ScoreOperation(caller, node, opCode, appPath, score);
+    if (next == Next::GoOn) {
+        LOG_AS(caller, kInfo, L"<-node \"%s\"", name.c_str());
     }
     return next;
 }
 
-CProductInstalled::Next CProductInstalled::ScoreOperation(IXMLDOMNode* node, const std::wstring& opCode,
-                                                          const std::wstring& appPath, int& score) {
+CProductInstalled::Next CProductInstalled::ScoreOperation(const wchar_t* caller, IXMLDOMNode* node,
+                                                          const std::wstring& opCode, const std::wstring& appPath,
+                                                          int& score) {
     ComPtr<IXMLDOMNamedNodeMap> map;
     const HRESULT hr = node->get_attributes(map.Put());
     AttributeList list;
-    if (dom::StepFailed(kProcessSection, hr, map, L"failed get element attributes 0x%x") ||
-        !ReadAttributes(kProcessSection, map.Get(), list)) {
-        return Next::Failure;
+    if (dom::StepFailed(caller, hr, map, L"failed get element attributes 0x%x") ||
+        !ReadAttributes(caller, map.Get(), list)) {
+        return Next::Fail;
     }
     int elementScore = 1;
     bool mandatory = false;
@@ -166,13 +134,13 @@ CProductInstalled::Next CProductInstalled::ScoreOperation(IXMLDOMNode* node, con
     if (ExecOperation(attributes, appPath)) {
         score = WrappingSum(score, elementScore);
     } else if (mandatory) {
-        LOG_AS(kProcessSection, kError, L"The mandatory failed");
+        LOG_AS(caller, kError, L"The mandatory failed");
         for (const auto& [name, value] : attributes) {
-            LOG_AS(kProcessSection, kError, L"\t\"%s\" = \"%s\"", name.c_str(), value.c_str());
+            LOG_AS(caller, kError, L"\t\"%s\" = \"%s\"", name.c_str(), value.c_str());
         }
-        return Next::Failure;
+        return Next::Fail;
     }
-    return Next::Element;
+    return Next::GoOn;
 }
 
 bool CProductInstalled::ProcessDelFile(const OperationAttributes& attributes, const std::wstring& appPath) {

@@ -26,8 +26,8 @@ protected:
     }
 
 private:
-    enum class Next { Element, Decision, Failure };
-
-    Next ScoreElement(IXMLDOMNode* node, const std::wstring& opCode, const std::wstring& appPath, int& score);
-    Next ScoreOperation(IXMLDOMNode* node, const std::wstring& opCode, const std::wstring& appPath, int& score);
+    Next ScoreElement(const wchar_t* caller, IXMLDOMNode* node, const std::wstring& opCode, const std::wstring& appPath,
+                      int& score);
+    Next ScoreOperation(const wchar_t* caller, IXMLDOMNode* node, const std::wstring& opCode,
+                        const std::wstring& appPath, int& score);
 };

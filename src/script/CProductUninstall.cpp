@@ -4,7 +4,7 @@
 
 #include "foundation/CConfigFileMngr.h"
 #include "foundation/CWow64.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/notify.h"
 #include "script/progress.h"
 
@@ -16,6 +16,23 @@ constexpr DWORD kExecutionPercent = 70;
 template <typename Entry>
 bool Contains(const std::vector<Entry>& list, const Entry& entry) {
     return std::find(list.begin(), list.end(), entry) != list.end();
+}
+
+// What is known of a thing's user, which may be null, as the answer to the question for one; with its log line.
+
+bool IsUsed(const wchar_t* caller, const std::wstring& thing, const CProductCheckUse* user) {
+    if (user != nullptr) {
+        LOG_AS(caller, kInfo, L"\"%s\" used by \"%s\"", thing.c_str(), user->GetScriptName().c_str());
+    }
+    return user != nullptr;
+}
+
+bool IsUsed(const wchar_t* caller, const std::wstring& thing, const std::wstring& part, const CProductCheckUse* user) {
+    if (user != nullptr) {
+        LOG_AS(caller, kInfo, L"\"%s\" \"%s\" used by \"%s\"", thing.c_str(), part.c_str(),
+               user->GetScriptName().c_str());
+    }
+    return user != nullptr;
 }
 
 }  // namespace
@@ -50,30 +67,23 @@ bool CProductUninstall::Uninstall() {
 
 bool CProductUninstall::Process() {
     LOG(kInfo, L"\"%s\"", GetScriptName().c_str());
-    ComPtr<IXMLDOMDocument> document;
-    HRESULT created = S_OK;
-    if (!CreateDocument(CALLER, document, created)) {
+    const Loader load = [](IXMLDOMDocument* document, HRESULT&) {
+        std::wstring text;
+        if (CConfigFileMngr::Instance().GetText(text) != 0) {
+            return Loading::NoText;
+        }
+        HRESULT unreported = S_OK;  // the line of a failure prints the result of the creation
+        return dom::LoadText(document, text.c_str(), unreported) ? Loading::Loaded : Loading::NotLoaded;
+    };
+    Script script;
+    if (!OpenScript(CALLER, load, script)) {
         return false;
     }
-    std::wstring text;
-    if (CConfigFileMngr::Instance().GetText(text) != 0) {
-        return false;
-    }
-    HRESULT loaded = S_OK;
-    if (!dom::LoadText(document.Get(), text.c_str(), loaded)) {
-        ReportNotLoaded(CALLER, created);  // the line prints the result of the creation
-        return false;
-    }
-    ComPtr<IXMLDOMNode> root;
-    std::vector<std::wstring> versions;
-    if (!SelectRoot(CALLER, document.Get(), root) || !ReadVersions(root.Get(), versions)) {
-        return false;
-    }
-    const LONG count = static_cast<LONG>(versions.size());
+    const LONG count = static_cast<LONG>(script.versions.size());
     // An or that starts at true stays true: a failed version does not fail the walk.
     bool result = true;
-    for (const std::wstring& version : versions) {
-        result = WalkListedVersion(CALLER, root.Get(), version) || result;
+    for (const std::wstring& version : script.versions) {
+        result = WalkListedVersion(CALLER, script.root.Get(), version) || result;
         PublishWalked(kWalkPercent / count);
     }
     PublishWalked(count == 0 ? kWalkPercent : kWalkPercent % count);
@@ -87,20 +97,7 @@ bool CProductUninstall::Process() {
 }
 
 bool CProductUninstall::ProcessNTVersion(IXMLDOMNode* version, const std::wstring& appPath) {
-    dom::ChildList sections;
-    if (!OpenSections(CALLER, version, sections)) {
-        return false;
-    }
-    for (long index = 0; index < sections.Count(); ++index) {
-        ComPtr<IXMLDOMNode> section;
-        if (!SectionAt(CALLER, sections, index, section)) {
-            return false;
-        }
-        if (!ProcessSection(section.Get(), appPath)) {
-            LOG(kError, L"ProcessSection failed");
-        }
-    }
-    return true;
+    return ProcessSections(CALLER, version, appPath, SectionReports::None);
 }
 
 void CProductUninstall::PublishProgress() const {
@@ -119,9 +116,8 @@ void CProductUninstall::FinishEntry(DWORD units) {
 }
 
 void CProductUninstall::AddRestartDel(const std::wstring& path) {
-    if (!m_restartDel.Contains(path)) {
+    if (m_restartDel.Add(path)) {
         LOG(kInfo, L"\"%s\"", path.c_str());
-        m_restartDel.Append(path);
     }
 }
 
@@ -146,45 +142,35 @@ bool CProductUninstall::DeleteAtRestart() {
     return result;
 }
 
-template <typename Question, typename... Texts>
-bool CProductUninstall::AskStaying(const wchar_t* caller, const Question& question, const Texts&... texts) const {
-    for (const CProductCheckUse& product : *m_usedBy) {
-        if (!question(product)) {
-            continue;
-        }
-        if constexpr (sizeof...(texts) == 1) {
-            LOG_AS(caller, kInfo, L"\"%s\" used by \"%s\"", texts.c_str()..., product.GetScriptName().c_str());
-        } else {
-            LOG_AS(caller, kInfo, L"\"%s\" \"%s\" used by \"%s\"", texts.c_str()..., product.GetScriptName().c_str());
-        }
-        return true;
-    }
-    return false;
+template <typename Question>
+const CProductCheckUse* CProductUninstall::FirstUser(const Question& question) const {
+    const auto user = std::find_if(m_usedBy->begin(), m_usedBy->end(), question);
+    return user != m_usedBy->end() ? &*user : nullptr;
 }
 
 bool CProductUninstall::IsUsedFile(const std::wstring& path) {
-    return AskStaying(
-        CALLER, [&](const CProductCheckUse& product) { return Contains(product.UsedFiles(), path); }, path);
+    return IsUsed(CALLER, path,
+                  FirstUser([&](const CProductCheckUse& product) { return Contains(product.UsedFiles(), path); }));
 }
 
 bool CProductUninstall::IsUsedFolder(const std::wstring& path) {
-    return AskStaying(
-        CALLER, [&](const CProductCheckUse& product) { return Contains(product.UsedFolders(), path); }, path);
+    return IsUsed(CALLER, path,
+                  FirstUser([&](const CProductCheckUse& product) { return Contains(product.UsedFolders(), path); }));
 }
 
 bool CProductUninstall::IsUsedRegKey(const std::wstring& keyPath, bool x32view) {
     const RegistryEntry entry{keyPath, x32view};
-    return AskStaying(
-        CALLER, [&](const CProductCheckUse& product) { return Contains(product.UsedRegKeys(), entry); }, keyPath);
+    return IsUsed(CALLER, keyPath,
+                  FirstUser([&](const CProductCheckUse& product) { return Contains(product.UsedRegKeys(), entry); }));
 }
 
 bool CProductUninstall::IsUsedRegValue(const std::wstring& keyPath, const std::wstring& valueName, bool x32view) {
-    return AskStaying(
-        CALLER, [&](const CProductCheckUse& product) { return product.HasRegValue(keyPath, valueName, x32view); },
-        keyPath, valueName);
+    return IsUsed(CALLER, keyPath, valueName, FirstUser([&](const CProductCheckUse& product) {
+                      return product.HasRegValue(keyPath, valueName, x32view);
+                  }));
 }
 
 bool CProductUninstall::IsUsedTool(const std::wstring& path, const std::wstring& parameters) {
-    return AskStaying(
-        CALLER, [&](const CProductCheckUse& product) { return product.HasTool(path, parameters); }, path, parameters);
+    return IsUsed(CALLER, path, parameters,
+                  FirstUser([&](const CProductCheckUse& product) { return product.HasTool(path, parameters); }));
 }

@@ -21,6 +21,8 @@ public:
     // The name and the list are not owned and outlive the object. Sets the progress value to 0.
     CProductUninstall(const wchar_t* productName, std::wstring scriptName, const std::vector<CProductCheckUse>* usedBy,
                       NotifyCallback notify);
+    CProductUninstall(const CProductUninstall&) = delete;
+    CProductUninstall& operator=(const CProductUninstall&) = delete;
 
     // True if the script was walked and everything left over could be scheduled. How the operations themselves went
     // reaches the host through the callback alone.
@@ -79,16 +81,7 @@ protected:
     const std::vector<CProductCheckUse>* m_usedBy;
     const wchar_t* m_productName;
     RestartList m_restartDel;
-    std::vector<std::wstring> m_delFiles;
-    std::vector<std::wstring> m_delFolders;
-    std::vector<std::wstring> m_killProcesses;
-    std::vector<std::wstring> m_disableDrivers;
-    std::vector<DelRegKeyDataOp> m_delRegKeyData;
-    std::vector<DelRegOp> m_delReg;
-    std::vector<ExecToolOp> m_execTools;
-    std::vector<DeferredOp> m_execDllMethods;
-    std::vector<DeferredOp> m_disableAndStopDrivers;
-    std::vector<DelShortcutOp> m_delShortcuts;
+    CachedOperations m_cached;
     DWORD m_doneUnits = 0;
     DWORD m_totalUnits = 1;
     LONG m_scriptPercent = 0;
@@ -109,14 +102,9 @@ private:
     void FinishRegistryEntry(const wchar_t* caller, OperationResult result, const std::wstring& keyPath,
                              OperationResult& kind);
 
-    // True as soon as one of the products that stay satisfies the question, which is logged with `texts`.
-    template <typename Question, typename... Texts>
-    bool AskStaying(const wchar_t* caller, const Question& question, const Texts&... texts) const;
-
-    template <auto... Lists>
-    bool AnyIn() const {
-        return (!(this->*Lists).empty() || ...);
-    }
+    // The first of the products that stay that answers the question with true; null if none does.
+    template <typename Question>
+    const CProductCheckUse* FirstUser(const Question& question) const;
 
     OperationResult ExecuteCachedOp_DisableAndStopDriver();
     OperationResult ExecuteCachedOp_DisableDriver();

@@ -4,7 +4,7 @@
 #include <optional>
 
 #include "foundation/CWow64.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "script/CProductUninstall.h"
 #include "script/operation_request.h"
 #include "script/vocabulary.h"
@@ -49,7 +49,7 @@ bool CProductUninstall::ProcessDelFile(const OperationAttributes& attributes, co
         return false;
     }
     if (!request.atRestart) {
-        m_delFiles.push_back(std::move(request.path));
+        m_cached.delFiles.push_back(std::move(request.path));
     } else if (m_operations.CheckFile(request.path) == _ERROR_NOT_FOUND) {
         LOG(kInfo, L"##### \"%s\" ERROR_NOT_FOUND", request.path.c_str());
     } else if (IsUsedFile(request.path)) {
@@ -65,7 +65,7 @@ bool CProductUninstall::ProcessDelFolder(const OperationAttributes& attributes, 
     if (!ReadFolderRequest(CALLER, attributes, appPath, path)) {
         return false;
     }
-    m_delFolders.push_back(std::move(path));
+    m_cached.delFolders.push_back(std::move(path));
     return true;
 }
 
@@ -74,7 +74,7 @@ bool CProductUninstall::ProcessDelShortcut(const OperationAttributes& attributes
     if (!ReadShortcutRequest(CALLER, attributes, appPath, request)) {
         return false;
     }
-    m_delShortcuts.push_back({std::move(request.path), std::move(request.target), request.targetIsWholePath});
+    m_cached.delShortcuts.push_back({std::move(request.path), std::move(request.target), request.targetIsWholePath});
     return true;
 }
 
@@ -84,10 +84,10 @@ bool CProductUninstall::ProcessDelRegKey(const OperationAttributes& attributes, 
         return false;
     }
     if (request.search) {
-        m_delRegKeyData.push_back(
+        m_cached.delRegKeyData.push_back(
             {std::move(request.keyPath), std::move(request.dataStrings), request.completeStr, request.x32view});
     } else {
-        m_delReg.push_back({std::move(request.keyPath), {}, request.x32view, false});
+        m_cached.delReg.push_back({std::move(request.keyPath), {}, request.x32view, false});
     }
     return true;
 }
@@ -97,7 +97,7 @@ bool CProductUninstall::ProcessDelRegVal(const OperationAttributes& attributes, 
     if (!ReadRegValueRequest(CALLER, attributes, appPath, L"unknow special folder \"%s\"", request)) {
         return false;
     }
-    m_delReg.push_back({std::move(request.keyPath), std::move(request.valueName), request.x32view, true});
+    m_cached.delReg.push_back({std::move(request.keyPath), std::move(request.valueName), request.x32view, true});
     return true;
 }
 
@@ -106,13 +106,13 @@ bool CProductUninstall::ProcessKillProcess(const OperationAttributes& attributes
     if (name == nullptr) {
         return false;
     }
-    m_killProcesses.push_back(*name);
+    m_cached.killProcesses.push_back(*name);
     return true;
 }
 
 bool CProductUninstall::ProcessExecTool(const OperationAttributes& attributes, const std::wstring& appPath) {
     if (attributes.Find(attribute::kModule) != nullptr) {
-        m_execDllMethods.push_back({attributes, appPath});
+        m_cached.execDllMethods.push_back({attributes, appPath});
         return true;
     }
     if (IsForOtherSystem(CALLER, attributes, appPath)) {
@@ -128,9 +128,9 @@ bool CProductUninstall::ProcessExecTool(const OperationAttributes& attributes, c
         LOG(kInfo, L"in use");
         return true;
     }
-    m_execTools.push_back({L"\"" + path + L"\" " + parameters, IsYes(attributes.Find(attribute::kWait)),
-                           IsYes(attributes.Find(attribute::kShowWindow)),
-                           IsYes(attributes.Find(attribute::kDisableWow64Redir))});
+    m_cached.execTools.push_back({L"\"" + path + L"\" " + parameters, IsYes(attributes.Find(attribute::kWait)),
+                                  IsYes(attributes.Find(attribute::kShowWindow)),
+                                  IsYes(attributes.Find(attribute::kDisableWow64Redir))});
     return true;
 }
 
@@ -176,7 +176,7 @@ bool CProductUninstall::ProcessDisableDriver(const OperationAttributes& attribut
     if (name == nullptr) {
         return false;
     }
-    m_disableDrivers.push_back(*name);
+    m_cached.disableDrivers.push_back(*name);
     return true;
 }
 
@@ -185,6 +185,6 @@ bool CProductUninstall::ProcessDisableAndStopDriver(const OperationAttributes& a
     if (name == nullptr) {
         return false;
     }
-    m_disableAndStopDrivers.push_back({attributes, *name});
+    m_cached.disableAndStopDrivers.push_back({attributes, *name});
     return true;
 }

@@ -1,11 +1,10 @@
 // The cached operations: thinned, then run kind by kind in one fixed order.
 
-#include <algorithm>
+#include <iterator>
 #include <optional>
-#include <set>
 
 #include "foundation/CWow64.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/notify.h"
 #include "operations/CRegKeyHelper.h"
 #include "operations/service_stop.h"
@@ -18,69 +17,24 @@ constexpr DWORD kHeavyUnits = 100;  // services, tools, library methods, process
 constexpr DWORD kFileUnits = 10;    // files, folders, shortcuts
 constexpr DWORD kRegistryUnits = 1;
 
-// Keeps the first entry, and each further one that the last that stayed does not cover.
-template <typename Entry, typename Covers>
-void ThinNeighbours(std::vector<Entry>& list, const Covers& covers) {
-    std::size_t stayed = 0;
-    for (std::size_t index = 1; index < list.size(); ++index) {
-        if (!covers(list[stayed], list[index]) && ++stayed != index) {
-            list[stayed] = std::move(list[index]);
-        }
-    }
-    list.resize(std::min(list.size(), stayed + 1));
-}
-
-template <typename Entry>
-void SortByThinningOrder(std::vector<Entry>& list) {
-    std::stable_sort(list.begin(), list.end(),
-                     [](const Entry& left, const Entry& right) { return BeforeInThinning(left, right); });
-}
-
-void SortAndThinTexts(std::vector<std::wstring>& list) {
-    std::sort(list.begin(), list.end());
-    ThinNeighbours(list, std::equal_to<>());
-}
-
-template <typename Entry>
-void SortAndThinEqual(std::vector<Entry>& list) {
-    SortByThinningOrder(list);
-    ThinNeighbours(list, std::equal_to<>());
-}
-
-// Removes each entry that equals an earlier one, wherever it stands; the order stays.
-void RemoveRepeats(std::vector<ExecToolOp>& list) {
-    std::set<ExecToolOp> seen;
-    std::erase_if(list, [&](const ExecToolOp& tool) { return !seen.insert(tool).second; });
-}
-
 // Not found counts as done.
 bool HasFailed(OperationResult result) {
     return result != _ERROR_SUCCESS && result != _ERROR_NOT_FOUND;
 }
 
-}  // namespace
-
-bool Covers(const std::wstring& upper, const std::wstring& path) {
-    return path.starts_with(upper) &&
-           (path.size() == upper.size() || path[upper.size()] == L'/' || path[upper.size()] == L'\\');
+// Entries of delRegKeyData earn their unit when they run and are not counted here.
+DWORD TotalUnits(const CachedOperations& cached) {
+    const std::size_t heavy = cached.disableAndStopDrivers.size() + cached.disableDrivers.size() +
+                              cached.execDllMethods.size() + cached.execTools.size() + cached.killProcesses.size();
+    const std::size_t files = cached.delFolders.size() + cached.delFiles.size() + cached.delShortcuts.size();
+    return static_cast<DWORD>(heavy * kHeavyUnits + files * kFileUnits + cached.delReg.size() * kRegistryUnits);
 }
 
+}  // namespace
+
 bool CProductUninstall::SortCachedOps() {
-    SortByThinningOrder(m_delReg);
-    // Neighbours are compared across the border of the two views as well.
-    ThinNeighbours(m_delReg, [](const DelRegOp& stayed, const DelRegOp& entry) {
-        return !stayed.isValue && Covers(stayed.keyPath, entry.keyPath);
-    });
-    SortAndThinTexts(m_delFiles);
-    std::sort(m_delFolders.begin(), m_delFolders.end());
-    ThinNeighbours(m_delFolders, &Covers);
+    m_cached.SortAndThin();
     m_restartDel.Sort();  // holds no text twice
-    SortAndThinEqual(m_delRegKeyData);
-    SortAndThinTexts(m_killProcesses);
-    RemoveRepeats(m_execTools);
-    SortAndThinEqual(m_execDllMethods);
-    SortAndThinTexts(m_disableDrivers);
-    SortAndThinEqual(m_disableAndStopDrivers);
     return true;
 }
 
@@ -90,44 +44,42 @@ struct CProductUninstall::DeletionTexts {
 };
 
 struct CProductUninstall::Step {
-    bool (CProductUninstall::*isDue)() const;  // asked when the step's turn comes
+    bool (*isDue)(const CachedOperations& cached);  // asked when the step's turn comes
     OperationResult (CProductUninstall::*run)();
     OperationKind kind;
 };
 
-// The order of a removal. The two registry steps are due by m_delReg alone.
+// The order of a removal. The two registry steps are due by delReg alone.
 // clang-format off
 const CProductUninstall::Step CProductUninstall::kSteps[] = {
-    {&CProductUninstall::AnyIn<&CProductUninstall::m_disableAndStopDrivers>,
+    {[](const CachedOperations& cached) { return !cached.disableAndStopDrivers.empty(); },
      &CProductUninstall::ExecuteCachedOp_DisableAndStopDriver, OPERATION_DISABLEANDSTOP_DRIVER},
-    {&CProductUninstall::AnyIn<&CProductUninstall::m_disableDrivers>,
+    {[](const CachedOperations& cached) { return !cached.disableDrivers.empty(); },
      &CProductUninstall::ExecuteCachedOp_DisableDriver,        OPERATION_DISABLE_DRIVER},
-    {&CProductUninstall::AnyIn<&CProductUninstall::m_execDllMethods, &CProductUninstall::m_execTools>,
+    {[](const CachedOperations& cached) { return !cached.execDllMethods.empty() || !cached.execTools.empty(); },
      &CProductUninstall::ExecuteLibraryMethodsAndTools,        OPERATION_EXEC_TOOL},
-    {&CProductUninstall::AnyIn<&CProductUninstall::m_killProcesses>,
+    {[](const CachedOperations& cached) { return !cached.killProcesses.empty(); },
      &CProductUninstall::ExecuteCachedOp_KillProcess,          OPERATION_KILL_PROCESS},
-    {&CProductUninstall::AnyIn<&CProductUninstall::m_delFolders>,
+    {[](const CachedOperations& cached) { return !cached.delFolders.empty(); },
      &CProductUninstall::ExecuteCachedOp_DelFolder,            OPERATION_DEL_FOLDER},
-    {&CProductUninstall::AnyIn<&CProductUninstall::m_delFiles>,
+    {[](const CachedOperations& cached) { return !cached.delFiles.empty(); },
      &CProductUninstall::ExecuteCachedOp_DelFile,              OPERATION_DEL_FILE},
-    {&CProductUninstall::AnyIn<&CProductUninstall::m_delShortcuts>,
+    {[](const CachedOperations& cached) { return !cached.delShortcuts.empty(); },
      &CProductUninstall::ExecuteCachedOp_DelShortcut,          OPERATION_DEL_SHORTCUT},
-    {&CProductUninstall::AnyIn<&CProductUninstall::m_delReg>,
+    {[](const CachedOperations& cached) { return !cached.delReg.empty(); },
      &CProductUninstall::ExecuteCachedOp_DelRegKeys,           OPERATION_DEL_REGKEY},
-    {&CProductUninstall::AnyIn<&CProductUninstall::m_delReg>,
+    {[](const CachedOperations& cached) { return !cached.delReg.empty(); },
      &CProductUninstall::ExecuteCachedOp_DelRegValues,         OPERATION_DEL_REGVALUE},
 };
 // clang-format on
 
 bool CProductUninstall::ExecuteCachedOps() {
-    const std::size_t heavy = m_disableAndStopDrivers.size() + m_disableDrivers.size() + m_execDllMethods.size() +
-                              m_execTools.size() + m_killProcesses.size();
-    const std::size_t files = m_delFolders.size() + m_delFiles.size() + m_delShortcuts.size();
+    // Every kind has a step but the two service kinds that stand for their driver kinds.
+    static_assert(std::size(kSteps) == OPERATION_DISABLEANDSTOP_SERVICE - OPERATION_DEL_FILE + 1 - 2);
     m_doneUnits = 0;
-    // Entries of m_delRegKeyData earn their unit when they run and are not counted here.
-    m_totalUnits = static_cast<DWORD>(heavy * kHeavyUnits + files * kFileUnits + m_delReg.size() * kRegistryUnits);
+    m_totalUnits = TotalUnits(m_cached);
     for (const Step& step : kSteps) {
-        if ((this->*step.isDue)()) {
+        if (step.isDue(m_cached)) {
             const OperationResult result = (this->*step.run)();
             Notify(Callback(), step.kind, static_cast<LONG>(result));
         }
@@ -137,8 +89,8 @@ bool CProductUninstall::ExecuteCachedOps() {
 
 OperationResult CProductUninstall::ExecuteCachedOp_DisableAndStopDriver() {
     OperationResult kind = _ERROR_SUCCESS;
-    for (const DeferredOp& driver : m_disableAndStopDrivers) {
-        // Adds to m_disableDrivers, which the next step disables.
+    for (const DeferredOp& driver : m_cached.disableAndStopDrivers) {
+        // Adds to m_cached.disableDrivers, which the next step disables.
         if (!ProcessDisableDriver(driver.attributes, driver.text)) {
             LOG(kWarning, L"failed ProcessDisableDriver for %s", driver.text.c_str());
         }
@@ -154,7 +106,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_DisableAndStopDriver() {
 
 OperationResult CProductUninstall::ExecuteCachedOp_DisableDriver() {
     OperationResult kind = _ERROR_SUCCESS;
-    for (const std::wstring& name : m_disableDrivers) {
+    for (const std::wstring& name : m_cached.disableDrivers) {
         const OperationResult result = Disable(name);
         if (result != _ERROR_SUCCESS) {
             LOG(kWarning, L"failed %s, \"%s\"", ResultName(result), name.c_str());
@@ -173,7 +125,7 @@ OperationResult CProductUninstall::ExecuteLibraryMethodsAndTools() {
 
 OperationResult CProductUninstall::ExecuteCachedOp_ExecDllMethod() {
     OperationResult kind = _ERROR_SUCCESS;
-    for (const DeferredOp& method : m_execDllMethods) {
+    for (const DeferredOp& method : m_cached.execDllMethods) {
         if (!ProcessExecDllMethod(method.attributes, method.text)) {
             kind = _ERROR_FAILED;
         }
@@ -184,7 +136,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_ExecDllMethod() {
 
 OperationResult CProductUninstall::ExecuteCachedOp_ExecTool() {
     OperationResult kind = _ERROR_SUCCESS;
-    for (const ExecToolOp& tool : m_execTools) {
+    for (const ExecToolOp& tool : m_cached.execTools) {
         std::optional<Wow64Redirection> off;
         if (tool.disableWow64Redir) {
             off.emplace(CALLER);
@@ -202,7 +154,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_ExecTool() {
 
 OperationResult CProductUninstall::ExecuteCachedOp_KillProcess() {
     OperationResult kind = _ERROR_SUCCESS;
-    for (const std::wstring& name : m_killProcesses) {
+    for (const std::wstring& name : m_cached.killProcesses) {
         const OperationResult result = EndProcess(name);
         if (result != _ERROR_SUCCESS) {
             LOG(kWarning, L"failed %s, \"%s\"", ResultName(result), name.c_str());
@@ -219,7 +171,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_DelFolder() {
     constexpr DeletionTexts kTexts = {L"failed %s delete folder \"%s\", add to restart",
                                       L"failed %s delete folder \"%s\""};
     OperationResult kind = _ERROR_SUCCESS;
-    for (const std::wstring& path : m_delFolders) {
+    for (const std::wstring& path : m_cached.delFolders) {
         FinishDeletion(CALLER, kTexts, RemoveFolder(path), path, kind);
     }
     return kind;
@@ -228,7 +180,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_DelFolder() {
 OperationResult CProductUninstall::ExecuteCachedOp_DelFile() {
     constexpr DeletionTexts kTexts = {L"failed %s delete file \"%s\"", L"failed %s delete file \"%s\""};
     OperationResult kind = _ERROR_SUCCESS;
-    for (const std::wstring& path : m_delFiles) {
+    for (const std::wstring& path : m_cached.delFiles) {
         FinishDeletion(CALLER, kTexts, RemoveFile(path), path, kind);
     }
     return kind;
@@ -257,7 +209,7 @@ void CProductUninstall::FinishDeletion(const wchar_t* caller, const DeletionText
 
 OperationResult CProductUninstall::ExecuteCachedOp_DelShortcut() {
     OperationResult kind = _ERROR_SUCCESS;
-    for (const DelShortcutOp& shortcut : m_delShortcuts) {
+    for (const DelShortcutOp& shortcut : m_cached.delShortcuts) {
         const OperationResult result = RemoveShortcut(shortcut);
         if (result != _ERROR_SUCCESS) {
             LOG(kInfo, L"COperations DelShortcut failed %s", ResultName(result));
@@ -273,10 +225,10 @@ OperationResult CProductUninstall::ExecuteCachedOp_DelRegKeys() {
     const auto finish = [&](OperationResult result, const std::wstring& keyPath) {
         FinishRegistryEntry(CALLER, result, keyPath, kind);
     };
-    for (const DelRegKeyDataOp& key : m_delRegKeyData) {
+    for (const DelRegKeyDataOp& key : m_cached.delRegKeyData) {
         finish(RemoveKeysBySearch(key), key.keyPath);
     }
-    for (const DelRegOp& key : m_delReg) {
+    for (const DelRegOp& key : m_cached.delReg) {
         if (!key.isValue) {
             finish(RemoveKey(key), key.keyPath);
         }
@@ -286,7 +238,7 @@ OperationResult CProductUninstall::ExecuteCachedOp_DelRegKeys() {
 
 OperationResult CProductUninstall::ExecuteCachedOp_DelRegValues() {
     OperationResult kind = _ERROR_SUCCESS;
-    for (const DelRegOp& value : m_delReg) {
+    for (const DelRegOp& value : m_cached.delReg) {
         if (value.isValue) {
             FinishRegistryEntry(CALLER, RemoveValue(value), value.keyPath, kind);
         }

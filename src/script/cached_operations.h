@@ -2,7 +2,6 @@
 
 #include <compare>
 #include <string>
-#include <tuple>
 #include <vector>
 
 #include "script/OperationAttributes.h"
@@ -47,20 +46,23 @@ struct DelShortcutOp {
     bool targetIsWholePath = false;
 };
 
-// The orders in which the lists are thinned.
+// One list for each kind of record, in the order of the script.
+struct CachedOperations {
+    std::vector<std::wstring> delFiles;
+    std::vector<std::wstring> delFolders;
+    std::vector<std::wstring> killProcesses;
+    std::vector<std::wstring> disableDrivers;
+    std::vector<DelRegKeyDataOp> delRegKeyData;
+    std::vector<DelRegOp> delReg;
+    std::vector<ExecToolOp> execTools;
+    std::vector<DeferredOp> execDllMethods;
+    std::vector<DeferredOp> disableAndStopDrivers;
+    std::vector<DelShortcutOp> delShortcuts;
 
-inline bool BeforeInThinning(const DelRegOp& left, const DelRegOp& right) {
-    return std::tie(left.x32view, left.keyPath, left.isValue) < std::tie(right.x32view, right.keyPath, right.isValue);
-}
-
-inline bool BeforeInThinning(const DelRegKeyDataOp& left, const DelRegKeyDataOp& right) {
-    return std::tie(left.x32view, left.completeStr, left.keyPath) <
-           std::tie(right.x32view, right.completeStr, right.keyPath);
-}
-
-inline bool BeforeInThinning(const DeferredOp& left, const DeferredOp& right) {
-    return left.text < right.text;
-}
+    // Sorts the lists and drops from each what another entry does as well. Tools keep their order, shortcuts are left
+    // alone.
+    void SortAndThin();
+};
 
 // True if `upper` is `path` itself or a folder or key above it.
 bool Covers(const std::wstring& upper, const std::wstring& path);

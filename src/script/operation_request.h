@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "script/OperationAttributes.h"
 
 // What an operation element asks for. One reader per operation turns attributes into a request; detection checks it,

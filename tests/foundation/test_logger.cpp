@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/module.h"
 #include "support/import_patch.h"
 #include "support/recorded_log.h"

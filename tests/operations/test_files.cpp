@@ -3,7 +3,7 @@
 #include <doctest/doctest.h>
 
 #include "foundation/CWow64.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "operations/COperations.h"
 #include "operations/keep_chosen.h"
 #include "support/import_patch.h"

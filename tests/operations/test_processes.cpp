@@ -4,7 +4,7 @@
 
 #include <process.h>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "operations/COperations.h"
 #include "support/import_patch.h"
 #include "support/programs.h"

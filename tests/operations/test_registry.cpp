@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "operations/CRegKeyHelper.h"
 #include "operations/keep_chosen.h"
 #include "operations/registry_faults.h"

@@ -6,7 +6,7 @@
 #include <tuple>
 #include <vector>
 
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/owned.h"
 #include "operations/COperations.h"
 #include "operations/service_stop.h"

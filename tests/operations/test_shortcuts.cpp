@@ -4,7 +4,7 @@
 #include <doctest/doctest.h>
 
 #include "foundation/com.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "operations/COperations.h"
 #include "operations/keep_chosen.h"
 #include "support/recorded_log.h"

@@ -32,16 +32,7 @@ public:
     }
     ~Removal() override { ::CoUninitialize(); }
 
-    using CProductUninstall::m_delFiles;
-    using CProductUninstall::m_delFolders;
-    using CProductUninstall::m_delReg;
-    using CProductUninstall::m_delRegKeyData;
-    using CProductUninstall::m_delShortcuts;
-    using CProductUninstall::m_disableAndStopDrivers;
-    using CProductUninstall::m_disableDrivers;
-    using CProductUninstall::m_execDllMethods;
-    using CProductUninstall::m_execTools;
-    using CProductUninstall::m_killProcesses;
+    using CProductUninstall::m_cached;
     using CProductUninstall::m_restartDel;
     using CProductUninstall::Process;
     using CProductUninstall::SortCachedOps;

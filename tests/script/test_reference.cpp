@@ -39,9 +39,10 @@ public:
         for (const std::wstring& version : versions) {
             CHECK(WalkListedVersion(CALLER, root.Get(), version));
         }
-        return m_delFiles.size() + m_delFolders.size() + m_delShortcuts.size() + m_delReg.size() +
-               m_delRegKeyData.size() + m_execTools.size() + m_execDllMethods.size() + m_killProcesses.size() +
-               m_disableDrivers.size() + m_disableAndStopDrivers.size();
+        return m_cached.delFiles.size() + m_cached.delFolders.size() + m_cached.delShortcuts.size() +
+               m_cached.delReg.size() + m_cached.delRegKeyData.size() + m_cached.execTools.size() +
+               m_cached.execDllMethods.size() + m_cached.killProcesses.size() + m_cached.disableDrivers.size() +
+               m_cached.disableAndStopDrivers.size();
     }
 };
 

@@ -2,9 +2,9 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
-#include <string>
 #include <string_view>
 #include <type_traits>
 
@@ -80,8 +80,10 @@ void WriteChecked(const wchar_t* caller, DWORD level, LogFormat<std::type_identi
     WriteStatement(caller, level, format.Text(), arguments...);
 }
 
+constexpr std::size_t kFunctionNameRoom = 96;
+
 struct FunctionName {
-    wchar_t text[96];
+    wchar_t text[kFunctionNameRoom];
 };
 
 // Cuts what the compiler says of a function down to Class::Method.
@@ -97,23 +99,26 @@ consteval FunctionName CallerName(std::string_view pretty) {
     }
     pretty = pretty.substr(0, end);
     // Backwards to the blank in front of the name; template arguments are left out.
-    std::string cut;
+    char reversed[kFunctionNameRoom - 1] = {};
+    std::size_t length = 0;
     int depth = 0;
-    for (auto at = pretty.rbegin(); at != pretty.rend() && (depth > 0 || *at != ' '); ++at) {
-        depth += *at == '>' ? 1 : 0;
+    for (std::size_t at = pretty.size(); at > 0 && (depth > 0 || pretty[at - 1] != ' '); --at) {
+        const char unit = pretty[at - 1];
+        depth += unit == '>' ? 1 : 0;
         if (depth == 0) {
-            cut.insert(cut.begin(), *at);
+            reversed[length++] = unit;
         }
-        depth -= *at == '<' ? 1 : 0;
+        depth -= unit == '<' ? 1 : 0;
     }
-    cut.erase(0, cut.find_first_not_of("*&"));
-    constexpr std::string_view kUnnamed = "{anonymous}::";
-    if (const std::size_t at = cut.rfind(kUnnamed); at != std::string::npos) {
-        cut.erase(0, at + kUnnamed.size());
+    while (length > 0 && (reversed[length - 1] == '*' || reversed[length - 1] == '&')) {
+        --length;
     }
+    // The name of an unnamed namespace, as it stands reversed.
+    constexpr std::string_view kUnnamed = "::}suomynona{";
+    length = std::min(length, std::string_view(reversed, length).find(kUnnamed));
     FunctionName name = {};
-    for (std::size_t i = 0; i < cut.size(); ++i) {
-        name.text[i] = static_cast<wchar_t>(cut[i]);
+    for (std::size_t i = 0; i < length; ++i) {
+        name.text[i] = static_cast<wchar_t>(reversed[length - 1 - i]);
     }
     return name;
 }
