@@ -8,7 +8,7 @@
 
 #include "findings_passes.h"
 #include "foundation/CWow64.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/module.h"
 #include "foundation/owned.h"
 

@@ -11,7 +11,7 @@
 #include "foundation/CSplitKeyPath.h"
 #include "foundation/CWow64.h"
 #include "foundation/dom.h"
-#include "foundation/log.h"
+#include "foundation/log_statement.h"
 #include "foundation/owned.h"
 #include "foundation/registry_access.h"
 #include "operations/COperations.h"
@@ -221,16 +221,15 @@ protected:
 
 private:
     void Walk() {
-        ComPtr<IXMLDOMDocument> document;
-        HRESULT hr = S_OK;
-        ComPtr<IXMLDOMNode> root;
-        std::vector<std::wstring> versions;
-        if (!CreateDocument(L"", document, hr) || !dom::LoadFile(document.Get(), GetScriptName(), hr) ||
-            !SelectRoot(L"", document.Get(), root) || !ReadVersions(root.Get(), versions)) {
+        const Loader load = [&](IXMLDOMDocument* document, HRESULT& hr) {
+            return dom::LoadFile(document, GetScriptName(), hr) ? Loading::Loaded : Loading::NotLoaded;
+        };
+        Script script;
+        if (!OpenScript(L"", load, script)) {
             return;
         }
-        for (const std::wstring& version : versions) {
-            WalkListedVersion(L"", root.Get(), version);
+        for (const std::wstring& version : script.versions) {
+            WalkListedVersion(L"", script.root.Get(), version);
         }
     }
 
