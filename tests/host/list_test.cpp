@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <cstring>
+
 #include "tool_folder.h"
 
 namespace {
@@ -25,7 +27,7 @@ std::vector<std::string> Names(const json& listed) {
 TEST_CASE("list gives both catalogues, the family first, as a table aligned by display width") {
     const ToolFolder tool;
     tool.Catalogue(L"products.xml", R"(<product name="日本" file="a.xml"/><product name="Größe" file="b.xml"/>)");
-    tool.Catalogue(L"detection.xml", R"(<product name="e&#x301;t&#x9B;" file="c.xml"/>)");
+    tool.Catalogue(L"detection.xml", R"(<product name="e&#x301;t" file="c.xml"/>)");
     const ToolRun run = tool.Run(L"list");
     CHECK(run.code == ERROR_SUCCESS);
     CHECK(run.err.empty());
@@ -39,7 +41,7 @@ TEST_CASE("list gives both catalogues, the family first, as a table aligned by d
               "Größe    family     " +
               place +
               "intern\\b.xml\r\n"
-              "e\u0301t\uFFFD      foreign    " +
+              "e\u0301t       foreign    " +
               place + "extern\\c.xml\r\n");
 }
 
@@ -58,34 +60,68 @@ TEST_CASE("list as JSON keeps every character of a name and takes one catalogue 
     CHECK(Names(json::parse(tool.Run(L"list --json --catalogue foreign").out)) == std::vector<std::string>{"F"});
 }
 
+TEST_CASE("a name means the product of exactly that name, however odd it looks") {
+    const std::vector<std::wstring> names = {L"[Q]",     L"[A,B]", L"[]",     L"{}",           L"",
+                                             L"--",      L"--yes", L"-x",     L"++",           L"remove",
+                                             L"a=b",     L"/h",    L" a ",    L"'\"",          L"\\u0051\x9B",
+                                             L"\\u0051", L"\t\n",  L"\x202E", L"\xD834\xDD1E", L"*"};
+    std::string catalogue;
+    std::wstring operands;
+    for (const std::wstring& name : names) {
+        catalogue += "<product file=\"q.xml\" name=\"";
+        operands += L" \"";
+        for (const wchar_t unit : name) {
+            catalogue += unit == 0xDD1E ? "" : "&#" + std::to_string(unit == 0xD834 ? 0x1D11E : unit) + ";";
+            operands += unit == L'"' ? std::wstring(L"\\\"") : std::wstring(1, unit);
+        }
+        catalogue += "\"/>";
+        operands += L"\"";
+    }
+    const ToolFolder tool;
+    tool.Catalogue(L"products.xml",
+                   catalogue + R"(<product name="Q" file="q.xml"/><product name="&#xFFFD;" file="q"/>)");
+    tool.Catalogue(L"detection.xml", "");
+    const std::string plan = tool.Run(L"remove --catalogue=family --force --yes --json --" + operands).out;
+    std::vector<std::string> listed = Names(json::parse(tool.Run(L"list --json").out));
+    listed.resize(names.size());
+    CHECK(Names(json::parse(plan.substr(0, plan.find('\n')))) == listed);
+    for (const wchar_t* absent : {L"[R,Q]", L"{Q}", L"q", L"\xDC00",
+                                  L"\x1"
+                                  L"0\x1"}) {
+        CHECK(tool.Run(std::wstring(L"explain --json ") + absent).code == ERROR_UNKNOWN_PRODUCT);
+    }
+
+    // What the table cannot show it shows by a sequence, which names the product as well.
+    const std::string table = tool.Run(L"list").out;
+    std::wstring shown;
+    for (const char* name : {R"(\\u0051\u009B)", R"(\\u0051)", R"(\u0009\u000A)", R"(\u202E)"}) {
+        CHECK(Contains(table, (std::string("\n") + name + " ").c_str()));
+        shown += L" " + std::wstring(name, name + std::strlen(name));
+    }
+    const std::string escaped = tool.Run(L"remove --force --yes --json --escaped" + shown).out;
+    CHECK(Names(json::parse(escaped.substr(0, escaped.find('\n')))) ==
+          std::vector<std::string>(listed.begin() + 14, listed.begin() + 18));
+    CHECK(Contains(tool.Run(L"list --escaped").out, "\n\\uD834\\uDD1E "));
+}
+
 TEST_CASE("a failure is told on the error stream alone and names its cause") {
     const ToolFolder tool;
     tool.Catalogue(L"products.xml", "");
-    SUBCASE("no catalogue") {
-        const ToolRun run = tool.Run(L"list --json");
+    const auto fails = [&](const wchar_t* arguments, const char* cause, DWORD outAccess = GENERIC_WRITE) {
+        const ToolRun run = tool.Run(arguments, {}, outAccess);
         CHECK(run.code == ERROR_INSTALL_FAILURE);
         CHECK(run.out.empty());
-        CHECK(Contains(run.err, "detection.xml"));
-    }
-    SUBCASE("a catalogue on which the library crashes") {
-        tool.Write(L"products.xml", "<other/>");
-        const ToolRun run = tool.Run(L"list --catalogue family");
-        CHECK(run.code == ERROR_INSTALL_FAILURE);
-        CHECK(Contains(run.err, "0xc0000005"));
-    }
-    SUBCASE("no library") {
-        tool.Delete(L"prodrm.dll");
-        const ToolRun run = tool.Run(L"list");
-        CHECK(run.code == ERROR_INSTALL_FAILURE);
-        CHECK(Contains(run.err, "\\prodrm.dll cannot be loaded"));
-    }
-    SUBCASE("a library without the export") {
-        tool.Delete(L"prodrm.dll");
-        REQUIRE(::CopyFileW(tool.Path(L"log.dll").c_str(), tool.Path(L"prodrm.dll").c_str(), TRUE));
-        const ToolRun run = tool.Run(L"list");
-        CHECK(run.code == ERROR_INSTALL_FAILURE);
-        CHECK(Contains(run.err, "does not export GetProducts"));
-    }
+        CHECK(Contains(run.err, cause));
+    };
+    fails(L"list --json", "detection.xml");
+    fails(L"list --json --catalogue family", "could not be written", GENERIC_READ);
+    fails(L"--help", "could not be written", GENERIC_READ);
+    tool.Write(L"products.xml", "<other/>");  // the library crashes on it
+    fails(L"list --catalogue family", "0xc0000005");
+    REQUIRE(::CopyFileW(tool.Path(L"log.dll").c_str(), tool.Path(L"prodrm.dll").c_str(), FALSE));
+    fails(L"list", "does not export GetProducts");
+    tool.Delete(L"prodrm.dll");
+    fails(L"list", "\\prodrm.dll cannot be loaded");
 }
 
 TEST_CASE("a bad command line has its own exit code and touches nothing") {
@@ -120,7 +156,14 @@ TEST_CASE("the log is written where and as far as the command line says, whateve
     CHECK_FALSE(FileExists(tool.Path(L"elsewhere.log")));
 
     CHECK(tool.Run(L"list --log missing\\x.log").code == ERROR_INSTALL_FAILURE);
-    tool.Delete(L"log.dll");
-    CHECK(tool.Run(L"list --catalogue family").code == ERROR_SUCCESS);
+
+    // Without a log module beside the tool there is none, whatever lies in the current folder or along the path.
+    const TempFolder other;
+    REQUIRE(::MoveFileW(tool.Path(L"log.dll").c_str(), other.Path(L"log.dll").c_str()));
+    const std::wstring planted = other.Path(L"planted.log");
+    other.WriteFile(L"log.ini", "[log]\r\npath=" + Narrow(planted) + "\r\n");
+    ::SetEnvironmentVariableW(L"PATH", other.Path({}).c_str());
+    CHECK(tool.Run(L"list --catalogue family", other.Path({})).code == ERROR_SUCCESS);
     CHECK(tool.Run(L"list --catalogue family --log x.log").code == ERROR_INSTALL_FAILURE);
+    CHECK_FALSE(FileExists(planted));
 }

@@ -4,18 +4,11 @@
 #include <vector>
 
 #include "foundation/owned.h"
+#include "support/programs.h"
 
 namespace {
 
 constexpr DWORD kTimeLimit = 120000;  // milliseconds
-
-std::wstring Dist(const wchar_t* file) {
-    wchar_t folder[MAX_PATH] = {};
-    if (::GetEnvironmentVariableW(L"PRODRM_DIST", folder, MAX_PATH) == 0) {
-        throw std::runtime_error("PRODRM_DIST is not set");
-    }
-    return std::wstring(folder) + L"\\" + file;
-}
 
 OwnedFileHandle OpenInherited(const std::wstring& path, DWORD access, DWORD disposition) {
     SECURITY_ATTRIBUTES inherit = {sizeof(inherit), nullptr, TRUE};
@@ -27,12 +20,13 @@ OwnedFileHandle OpenInherited(const std::wstring& path, DWORD access, DWORD disp
     return file;
 }
 
-ToolRun RunProgram(const std::wstring& program, const std::wstring& arguments, const std::wstring& folder) {
+ToolRun RunProgram(const std::wstring& program, const std::wstring& arguments, const std::wstring& folder,
+                   DWORD outAccess = GENERIC_WRITE) {
     const TempFolder streams;
     PROCESS_INFORMATION process = {};
     {
         const OwnedFileHandle in = OpenInherited(L"NUL", GENERIC_READ, OPEN_EXISTING);
-        const OwnedFileHandle out = OpenInherited(streams.Path(L"out"), GENERIC_WRITE, CREATE_NEW);
+        const OwnedFileHandle out = OpenInherited(streams.Path(L"out"), outAccess, CREATE_NEW);
         const OwnedFileHandle err = OpenInherited(streams.Path(L"err"), GENERIC_WRITE, CREATE_NEW);
         STARTUPINFOW startup = {};
         startup.cb = sizeof(startup);
@@ -63,7 +57,7 @@ ToolRun RunProgram(const std::wstring& program, const std::wstring& arguments, c
 
 ToolFolder::ToolFolder() {
     for (const wchar_t* file : {L"prodrm.exe", L"prodrm.dll", L"log.dll"}) {
-        if (!::CopyFileW(Dist(file).c_str(), Path(file).c_str(), TRUE)) {
+        if (!::CopyFileW(InProduct(file).c_str(), Path(file).c_str(), TRUE)) {
             throw std::runtime_error("the built product is not complete");
         }
     }
@@ -83,14 +77,14 @@ void ToolFolder::Delete(const std::wstring& relative) const {
 void ToolFolder::Embed(std::string_view document) const {
     const std::wstring file = Write(L"embedded.xml", document);
     const ToolRun run =
-        RunProgram(Dist(L"prodrm-pack.exe"), L"\"" + file + L"\" \"" + Path(L"prodrm.dll") + L"\"", Path({}));
+        RunProgram(InProduct(L"prodrm-pack.exe"), L"\"" + file + L"\" \"" + Path(L"prodrm.dll") + L"\"", Path({}));
     if (run.code != 0) {
         throw std::runtime_error(run.err);
     }
 }
 
-ToolRun ToolFolder::Run(const std::wstring& arguments) const {
-    return RunProgram(Path(L"prodrm.exe"), arguments, Path({}));
+ToolRun ToolFolder::Run(const std::wstring& arguments, const std::wstring& folder, DWORD outAccess) const {
+    return RunProgram(Path(L"prodrm.exe"), arguments, folder.empty() ? Path({}) : folder, outAccess);
 }
 
 std::string Narrow(const std::wstring& text) {

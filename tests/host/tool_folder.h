@@ -30,8 +30,9 @@ public:
     // Embeds a document into the copy of the library.
     void Embed(std::string_view document) const;
 
-    // Runs the tool to its end with files for its streams and nothing to read.
-    ToolRun Run(const std::wstring& arguments) const;
+    // Runs the tool to its end with files for its streams and nothing to read, in its own folder unless another is
+    // named.
+    ToolRun Run(const std::wstring& arguments, const std::wstring& folder = {}, DWORD outAccess = GENERIC_WRITE) const;
 
 private:
     TempFolder m_folder;

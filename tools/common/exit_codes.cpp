@@ -10,7 +10,7 @@ namespace {
 
 template <typename IsWanted>
 std::wstring Help(const IsWanted& isWanted) {
-    Table table({L"Exit code", L"", L""});
+    Table table({L"Exit code", L"Name", L"Meaning"});
     for (const ExitCode& code : kExitCodes) {
         if (isWanted(code.number)) {
             table.Add({L"  " + std::to_wstring(code.number), code.name, code.sentence});

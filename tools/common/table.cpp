@@ -3,12 +3,12 @@
 #include <algorithm>
 #include <cstddef>
 
-#include "common/text.h"
-
 namespace tools {
 
 void Table::Add(Row row) {
-    std::transform(row.begin(), row.end(), row.begin(), Printable);
+    for (std::wstring& cell : row) {
+        cell = Printable(cell, m_escape);
+    }
     m_rows.push_back(std::move(row));
 }
 

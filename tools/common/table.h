@@ -1,7 +1,10 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
+
+#include "common/text.h"
 
 namespace tools {
 
@@ -10,13 +13,14 @@ class Table {
 public:
     using Row = std::vector<std::wstring>;
 
-    explicit Table(Row heading) : m_rows{std::move(heading)} {}
+    explicit Table(Row heading, Escape escape = Escape::Unshowable) : m_rows{std::move(heading)}, m_escape(escape) {}
 
     void Add(Row row);
     std::wstring Text() const;
 
 private:
     std::vector<Row> m_rows;
+    Escape m_escape;
 };
 
 }  // namespace tools

@@ -3,13 +3,12 @@
 #include <windows.h>
 
 #include <algorithm>
+#include <cwchar>
 #include <iterator>
 
 namespace tools {
 
 namespace {
-
-constexpr wchar_t kReplacement = 0xFFFD;
 
 struct Range {
     char32_t first;
@@ -38,8 +37,54 @@ bool IsIn(const Range (&ranges)[Size], char32_t character) {
     return found != std::end(ranges) && found->first <= character;
 }
 
-bool IsControl(wchar_t unit) {
-    return unit < 0x20 || (unit >= 0x7F && unit < 0xA0);
+// Control characters, line breaks, marks of the direction, halves of a pair, byte order mark, in ascending order.
+constexpr Range kUnshowable[] = {
+    {0x0000, 0x001F}, {0x007F, 0x009F}, {0x061C, 0x061C}, {0x200E, 0x200F},
+    {0x2028, 0x202E}, {0x2066, 0x2069}, {0xD800, 0xDFFF}, {0xFEFF, 0xFEFF},
+};
+
+bool StartsPair(std::wstring_view text) {
+    return text.size() > 1 && IS_HIGH_SURROGATE(text[0]) && IS_LOW_SURROGATE(text[1]);
+}
+
+// Length of the sequence \uXXXX at the start of the text, or 0.
+std::size_t SequenceLength(std::wstring_view text) {
+    constexpr std::size_t kLength = 6;
+    const bool isOne = text.size() >= kLength && text.starts_with(L"\\u") &&
+                       text.substr(0, kLength).find_first_not_of(L"0123456789ABCDEFabcdef", 2) == text.npos;
+    return isOne ? kLength : 0;
+}
+
+bool HoldsSequence(std::wstring_view text) {
+    for (; !text.empty(); text.remove_prefix(1)) {
+        if (SequenceLength(text) != 0) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void AppendSequence(std::wstring& text, wchar_t unit) {
+    text += L"\\u";
+    for (int shift = 12; shift >= 0; shift -= 4) {
+        text += L"0123456789ABCDEF"[unit >> shift & 0xF];
+    }
+}
+
+// With a sequence for each unit to be escaped, and each backslash doubled.
+std::wstring Escaped(std::wstring_view text, Escape escape) {
+    std::wstring escaped;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+        const wchar_t unit = text[at];
+        if (escape == Escape::Unshowable && StartsPair(text.substr(at))) {
+            escaped += text.substr(at++, 2);
+        } else if (IsIn(kUnshowable, unit) || (escape == Escape::NonAscii && unit > 0x7F)) {
+            AppendSequence(escaped, unit);
+        } else {
+            escaped.append(unit == L'\\' ? 2 : 1, unit);
+        }
+    }
+    return escaped;
 }
 
 }  // namespace
@@ -48,7 +93,7 @@ std::size_t DisplayWidth(std::wstring_view text) {
     std::size_t width = 0;
     for (std::size_t at = 0; at < text.size(); ++at) {
         char32_t character = text[at];
-        if (IS_HIGH_SURROGATE(text[at]) && at + 1 < text.size() && IS_LOW_SURROGATE(text[at + 1])) {
+        if (StartsPair(text.substr(at))) {
             character = 0x10000 + ((character - 0xD800U) << 10) + (text[++at] - 0xDC00U);
         }
         if (!IsIn(kZero, character)) {
@@ -58,10 +103,27 @@ std::size_t DisplayWidth(std::wstring_view text) {
     return width;
 }
 
-std::wstring Printable(std::wstring_view text) {
-    std::wstring printable(text);
-    std::replace_if(printable.begin(), printable.end(), IsControl, kReplacement);
-    return printable;
+std::wstring Printable(std::wstring_view text, Escape escape) {
+    std::wstring escaped = Escaped(text, escape);
+    return HoldsSequence(escaped) ? escaped : std::wstring(text);
+}
+
+std::wstring FromPrintable(std::wstring_view shown) {
+    if (!HoldsSequence(shown)) {
+        return std::wstring(shown);
+    }
+    std::wstring text;
+    while (!shown.empty()) {
+        std::size_t length = SequenceLength(shown);
+        if (length != 0) {
+            text += static_cast<wchar_t>(std::wcstoul(std::wstring(shown.substr(2, length - 2)).c_str(), nullptr, 16));
+        } else {
+            length = shown.starts_with(L"\\\\") ? 2 : 1;
+            text += shown.front();
+        }
+        shown.remove_prefix(length);
+    }
+    return text;
 }
 
 }  // namespace tools

@@ -4,12 +4,14 @@
 
 #include <CLI/CLI.hpp>
 
-#include <algorithm>
 #include <map>
 #include <sstream>
 #include <utility>
 
 #include "common/exit_codes.h"
+#include "common/failure.h"
+#include "common/literal_arguments.h"
+#include "common/text.h"
 #include "common/utf8.h"
 
 namespace tools::host {
@@ -31,28 +33,42 @@ const std::map<std::string, DWORD> kLevelNames = {
     {"notice", LOG_LEVEL_NOTICE},
 };
 
-// What the parser fills: texts are UTF-8.
+// What the parser fills: names and files as the parser got them, which are tokens.
 struct Raw {
+    explicit Raw(const LiteralArguments& arguments) : literal(arguments) {}
+
     std::string catalogue = "all";
     std::vector<std::string> names;
     bool allInstalled = false;
     bool forceAll = false;
     std::string logFile;
     std::string logLevel = "notice";
+    const LiteralArguments& literal;
     Options options;
 };
 
-void AddCatalogue(CLI::App& command, Raw& raw) {
-    command.add_option("--catalogue", raw.catalogue, "family, foreign or all")
-        ->check(CLI::IsMember(kCatalogueNames))
+// An option whose value is one of these names.
+template <typename Names>
+CLI::Option* AddChoice(CLI::App& command, const Raw& raw, const char* option, std::string& value, const Names& names,
+                       const char* text) {
+    return command.add_option(option, value, text)
+        ->check(CLI::IsMember(names))
+        ->transform([&raw](const std::string& token) { return ToUtf8(raw.literal.Restored(token)); })
         ->capture_default_str();
+}
+
+void AddCatalogue(CLI::App& command, Raw& raw) {
+    AddChoice(command, raw, "--catalogue", raw.catalogue, kCatalogueNames, "family, foreign or all");
+}
+
+void AddEscaped(CLI::App& command, Raw& raw) {
+    command.add_flag("--escaped", raw.options.escaped,
+                     "Names are given with \\uXXXX for a character, as list shows what is not to be shown");
 }
 
 void AddLog(CLI::App& command, Raw& raw) {
     CLI::Option* const file = command.add_option("--log", raw.logFile, "Append the library's log to this file");
-    command.add_option("--log-level", raw.logLevel, "error, warning, info or notice (everything)")
-        ->check(CLI::IsMember(kLevelNames))
-        ->capture_default_str()
+    AddChoice(command, raw, "--log-level", raw.logLevel, kLevelNames, "error, warning, info or notice (everything)")
         ->needs(file);
 }
 
@@ -64,6 +80,7 @@ void AddList(CLI::App& app, Raw& raw) {
     list->add_flag("--details", raw.options.details, "With the registry keys found and their parameters")
         ->needs(installed);
     list->add_flag("--json", raw.options.json, "Write JSON");
+    list->add_flag("--escaped", raw.options.escaped, "Write \\uXXXX for all characters but those of ASCII");
     AddLog(*list, raw);
     list->callback([&raw] { raw.options.command = Command::List; });
 }
@@ -72,6 +89,7 @@ void AddExplain(CLI::App& app, Raw& raw) {
     CLI::App* const explain = app.add_subcommand("explain", "Tell why a product counts as installed or not");
     explain->add_option("PRODUCT", raw.names, "Name of a product, as list gives it")->required()->expected(1);
     AddCatalogue(*explain, raw);
+    AddEscaped(*explain, raw);
     explain->add_flag("--json", raw.options.json, "Write JSON");
     explain->callback([&raw] { raw.options.command = Command::Explain; });
 }
@@ -81,6 +99,7 @@ void AddRemove(CLI::App& app, Raw& raw) {
     Options& options = raw.options;
     CLI::Option* const names = remove->add_option("NAME", raw.names, "Names of installed products, as list gives them");
     AddCatalogue(*remove, raw);
+    AddEscaped(*remove, raw);
     remove->add_flag("--force", options.force, "Remove the named products also if they are not installed")
         ->needs(names);
     remove->add_flag("--all-installed", raw.allInstalled, "All products of one catalogue that are installed")
@@ -112,11 +131,14 @@ void Check(const Raw& raw) {
 Options Finish(const Raw& raw, const std::vector<std::wstring>& arguments) {
     Options options = raw.options;
     options.catalogues = kCatalogueNames.at(raw.catalogue);
-    std::transform(raw.names.begin(), raw.names.end(), std::back_inserter(options.names), FromUtf8);
+    for (const std::string& token : raw.names) {
+        const std::wstring name = raw.literal.Restored(token);
+        options.names.push_back(options.escaped ? FromPrintable(name) : name);
+    }
     if (raw.allInstalled || raw.forceAll) {
         options.scope = raw.forceAll ? RemovalScope::ForceAll : RemovalScope::AllInstalled;
     }
-    options.log.file = FromUtf8(raw.logFile);
+    options.log.file = raw.literal.Restored(raw.logFile);
     options.log.level = kLevelNames.at(raw.logLevel);
     options.log.heading = L"prodrm.exe";
     for (const std::wstring& argument : arguments) {
@@ -127,8 +149,9 @@ Options Finish(const Raw& raw, const std::vector<std::wstring>& arguments) {
 
 }  // namespace
 
-std::variant<Options, Ending> ParseCommandLine(const std::vector<std::wstring>& arguments) {
-    Raw raw;
+std::variant<Options, std::wstring> ParseCommandLine(const std::vector<std::wstring>& arguments) {
+    const LiteralArguments literal(arguments);
+    Raw raw(literal);
     CLI::App app("Lists, explains and removes software products.", "prodrm");
     app.allow_windows_style_options(false);
     app.set_version_flag("--version", kVersion, "Print the version and exit");
@@ -138,16 +161,16 @@ std::variant<Options, Ending> ParseCommandLine(const std::vector<std::wstring>& 
     AddExplain(app, raw);
     AddRemove(app, raw);
 
-    std::vector<std::string> reversed;
-    std::transform(arguments.rbegin(), arguments.rend(), std::back_inserter(reversed), ToUtf8);
     try {
-        app.parse(std::move(reversed));
+        app.parse(std::vector<std::string>(literal.ForParser().rbegin(), literal.ForParser().rend()));
         Check(raw);
     } catch (const CLI::ParseError& error) {
-        std::ostringstream out;
-        std::ostringstream err;
-        const bool asked = app.exit(error, out, err) == 0;
-        return Ending{asked ? ERROR_SUCCESS : ERROR_INVALID_COMMAND_LINE, FromUtf8(asked ? out.str() : err.str())};
+        std::ostringstream text;
+        if (app.exit(error, text, text) == 0) {
+            return FromUtf8(text.str());
+        }
+        throw Failure(ERROR_INVALID_COMMAND_LINE,
+                      literal.Restored(error.what()) + L" (prodrm --help tells the command line)");
     }
     return Finish(raw, arguments);
 }

@@ -20,6 +20,7 @@ struct Options {
     bool installed = false;
     bool details = false;
     bool json = false;
+    bool escaped = false;             // of list: shows names in ASCII
     std::vector<std::wstring> names;  // of products
     RemovalScope scope = RemovalScope::Names;
     bool force = false;
@@ -28,13 +29,8 @@ struct Options {
     LogSettings log;
 };
 
-// What ends the program without a command: help and version (code 0), or what is wrong with the command line.
-struct Ending {
-    int code;
-    std::wstring text;
-};
-
-// `arguments` are without the name of the program.
-std::variant<Options, Ending> ParseCommandLine(const std::vector<std::wstring>& arguments);
+// `arguments` are without the name of the program. The text is that of the help or the version, if that is asked for.
+// Throws a Failure with ERROR_INVALID_COMMAND_LINE.
+std::variant<Options, std::wstring> ParseCommandLine(const std::vector<std::wstring>& arguments);
 
 }  // namespace tools::host

@@ -46,7 +46,8 @@ std::wstring JsonText(const std::vector<Product>& products, const Options& optio
     for (const Product& product : products) {
         list.push_back(ToJson(product, options));
     }
-    return ToText({{"products", std::move(list)}}) + L"\n";
+    constexpr int kIndent = 2;
+    return ToText({{"products", std::move(list)}}, kIndent, options.escaped) + L"\n";
 }
 
 std::wstring Joined(const std::vector<std::wstring>& texts) {
@@ -57,8 +58,13 @@ std::wstring Joined(const std::vector<std::wstring>& texts) {
     return joined;
 }
 
-std::wstring TableText(const std::vector<Product>& products, bool installed) {
-    Table table({L"Product", L"Catalogue", installed ? L"Keys found" : L"Script"});
+Escape EscapeOf(const Options& options) {
+    return options.escaped ? Escape::NonAscii : Escape::Unshowable;
+}
+
+std::wstring TableText(const std::vector<Product>& products, const Options& options) {
+    const bool installed = options.installed;
+    Table table({L"Product", L"Catalogue", installed ? L"Keys found" : L"Script"}, EscapeOf(options));
     for (const Product& product : products) {
         std::vector<std::wstring> keys;
         for (const Version& version : product.versions) {
@@ -69,10 +75,10 @@ std::wstring TableText(const std::vector<Product>& products, bool installed) {
     return table.Text();
 }
 
-std::wstring DetailsText(const std::vector<Product>& products) {
+std::wstring DetailsText(const std::vector<Product>& products, Escape escape) {
     std::wstring text;
-    const auto add = [&text](const wchar_t* indent, const std::wstring& line) {
-        text += indent + Printable(line) + L"\n";
+    const auto add = [&text, escape](const wchar_t* indent, const std::wstring& line) {
+        text += indent + Printable(line, escape) + L"\n";
     };
     for (const Product& product : products) {
         add(L"", product.name + L" (" + CatalogueName(product.type) + L")");
@@ -102,9 +108,9 @@ int RunList(const Options& options, const Library& library, Output& out) {
     if (options.json) {
         out.Write(JsonText(products, options));
     } else if (options.details) {
-        out.Write(DetailsText(products));
+        out.Write(DetailsText(products, EscapeOf(options)));
     } else {
-        out.Write(TableText(products, options.installed));
+        out.Write(TableText(products, options));
     }
     return ERROR_SUCCESS;
 }

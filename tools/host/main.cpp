@@ -28,10 +28,9 @@ int RunCommand(const Options& options, Output& out) {
 
 int Run(const std::vector<std::wstring>& arguments, Output& out) {
     const auto parsed = ParseCommandLine(arguments);
-    if (const auto* ending = std::get_if<Ending>(&parsed)) {
-        Output err(STD_ERROR_HANDLE);
-        (ending->code == ERROR_SUCCESS ? out : err).Write(ending->text);
-        return ending->code;
+    if (const auto* text = std::get_if<std::wstring>(&parsed)) {
+        out.Write(*text);
+        return ERROR_SUCCESS;
     }
     return RunCommand(std::get<Options>(parsed), out);
 }

@@ -12,6 +12,15 @@ namespace tools::host {
 
 namespace {
 
+// A lack of memory costs the picture.
+template <typename Act>
+void Guarded(const Act& act) noexcept {
+    try {
+        act();
+    } catch (const std::exception&) {
+    }
+}
+
 class NoView : public RemovalView {
 public:
     void ProductBegins(const std::wstring&) noexcept override {}
@@ -26,7 +35,7 @@ public:
 
     void ProductBegins(const std::wstring& name) noexcept override {
         m_out.Write(L"Removing ");
-        m_out.WriteLine(name);
+        Guarded([&] { m_out.WriteLine(Printable(name)); });
     }
     void OperationsEnded(const OperationName& operations, bool succeeded) noexcept override {
         m_out.Write(L"  ");
@@ -62,13 +71,9 @@ public:
     void Ends() noexcept override {}
 
 private:
-    // A lack of memory costs the event.
     template <typename Make>
     void Write(const Make& make) noexcept {
-        try {
-            m_out.WriteLine(ToText(make(), -1));
-        } catch (const std::exception&) {
-        }
+        Guarded([&] { m_out.WriteLine(ToText(make(), -1)); });
     }
 
     Output& m_out;
@@ -85,7 +90,7 @@ public:
         m_isOpen = true;
         m_percent = 0;
         m_last = L"";
-        Guarded([&] { m_name = name; });
+        Guarded([&] { m_name = Printable(name); });
         Guarded([&] { Draw(); });
     }
     void OperationsEnded(const OperationName& operations, bool) noexcept override {
@@ -107,15 +112,6 @@ public:
 
 private:
     static constexpr std::size_t kBarWidth = 20;
-
-    // A lack of memory costs the picture.
-    template <typename Act>
-    static void Guarded(const Act& act) noexcept {
-        try {
-            act();
-        } catch (const std::exception&) {
-        }
-    }
 
     void Draw() {
         const std::size_t full = kBarWidth * static_cast<std::size_t>(m_percent) / 100;

@@ -53,7 +53,7 @@ void __cdecl RemovalWatch::Notify(LONG event, LONG result, LONG_PTR value) noexc
 
 void RemovalWatch::Hear(LONG event, LONG result, LONG_PTR value) {
     if (event == OPERATION_PRODUCT_BEGINS) {
-        const std::wstring name = Printable(reinterpret_cast<const wchar_t*>(value));
+        const std::wstring name = reinterpret_cast<const wchar_t*>(value);
         const Locked locked(m_lock);
         m_view.ProductBegins(name);
         return;
