@@ -23,5 +23,8 @@ public:
 };
 
 std::unique_ptr<Command> MakeLintCommand();
+std::unique_ptr<Command> MakeSnapshotCommand();
+std::unique_ptr<Command> MakeCompareCommand();
+std::unique_ptr<Command> MakeDraftCommand();
 
 }  // namespace tools::author

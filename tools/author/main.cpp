@@ -26,6 +26,9 @@ constexpr char kFooter[] =
 using CommandMaker = std::unique_ptr<Command> (*)();
 constexpr CommandMaker kCommands[] = {
     &MakeLintCommand,
+    &MakeSnapshotCommand,
+    &MakeCompareCommand,
+    &MakeDraftCommand,
 };
 
 int Run(const std::vector<std::wstring>& arguments, Output& out) {
