@@ -11,6 +11,7 @@ namespace tools::lint {
 Bytes ReadFileBytes(const std::wstring& path);
 
 bool IsFolder(const std::wstring& path);
+bool IsFile(const std::wstring& path);
 
 // What there is to check in a product folder, relative to it: the catalogues, other documents, the library, and the
 // scripts in "intern" and "extern", in this order.

@@ -142,7 +142,7 @@ const std::vector<Rule>& AllRules() {
     {ProductTwice, L"product-twice", kError,
      L"there are two products \"{0}\": both are listed, a removal finds only the first", L"give each its own name"},
     {NoMark, L"no-mark", kWarning,
-     L"{0} has none of id, prodName and keypath, so it never counts as installed", L"give it a mark"},
+     L"{0}, so it never counts as installed", L"give it an id, a prodName or a keypath"},
     {KeypathWithoutKeyvalue, L"keypath-without-keyvalue", kError,
      L"keypath without keyvalue fails the whole catalogue on machines where prodName is not found",
      L"add keyvalue; an empty one asks for the key alone"},

@@ -1,0 +1,163 @@
+// Rules about the registry.
+
+#include "rules_registry.h"
+
+#include <algorithm>
+
+#include "common/protected_roots.h"
+#include "foundation/CSplitKeyPath.h"
+#include "operations/value_pattern.h"
+#include "places.h"
+#include "script/cached_operations.h"
+#include "script/operation_request.h"
+#include "script/vocabulary.h"
+
+namespace tools::lint {
+
+namespace {
+
+using namespace attribute;
+
+// The element as the library reads it: the engine's own reader, so that its defaults hold.
+OperationAttributes AttributesOf(const Element& element) {
+    OperationAttributes attributes;
+    for (const Attribute& attribute : element.node->attributes) {
+        attributes.Insert(attribute.name, attribute.value);
+    }
+    return attributes;
+}
+
+// What a search looks for; empty if the element is none.
+std::vector<std::wstring> SearchedTexts(const Element& element, Role role) {
+    RegKeyRequest request;
+    const LastPiece last = role == Role::Detection ? LastPiece::Dropped : LastPiece::Kept;
+    const bool isSearch = element.Is(OPERATION_DEL_REGKEY) && element.Find(kDataStr) != nullptr;
+    return isSearch && ReadRegKeyRequest(L"", AttributesOf(element), last, request) ? request.dataStrings
+                                                                                    : std::vector<std::wstring>();
+}
+
+// A key or value that a removal deletes as it stands.
+struct PlainDeletion {
+    DelRegOp operation;
+    const Element* element;
+};
+
+std::vector<PlainDeletion> PlainDeletions(const Script& script) {
+    std::vector<PlainDeletion> deletions;
+    script.ForEachElement([&deletions](const Element& element) {
+        const bool isKey = element.Is(OPERATION_DEL_REGKEY) && element.Find(kDataStr) == nullptr;
+        const std::wstring* const key = element.Find(isKey ? kName : kKeyPath);
+        if (element.section->version->walked && key != nullptr && (isKey || element.Is(OPERATION_DEL_REGVALUE))) {
+            deletions.push_back({{*key, L"", IsX32View(element.Find(kX32View)), !isKey}, &element});
+        }
+    });
+    return deletions;
+}
+
+// The same key with its hive by the other of its two names.
+std::wstring WithOtherHiveName(const std::wstring& key) {
+    const std::vector<std::wstring> names = HiveNames();  // long and short by turns
+    const std::size_t end = std::min(key.find_first_of(L"\\/"), key.size());
+    const auto found = std::find(names.begin(), names.end(), key.substr(0, end));
+    if (found == names.end()) {
+        return key;
+    }
+    const auto index = static_cast<std::size_t>(found - names.begin());
+    return names[index ^ 1] + key.substr(end);
+}
+
+// A folder that is another one on the other kind of system, as far as it stands in a text.
+constexpr std::wstring_view kPlacesOfOneKind[] = {
+    L"\\program files (x86)\\", L"\\program files\\", L"\\syswow64\\", L"\\sysnative\\", L"\\system32\\",
+};
+
+}  // namespace
+
+void CheckDataStrEmptyPiece(const Script& script, const Element& element, Report& report) {
+    const std::vector<std::wstring> texts = SearchedTexts(element, script.role);
+    if (std::any_of(texts.begin(), texts.end(), [](const std::wstring& text) { return text.empty(); })) {
+        report.Add(RuleId::DataStrEmptyPiece, script.document, *element.node, kDataStr, {});
+    }
+}
+
+void CheckDataStrPlace(const Script& script, const Element& element, Report& report) {
+    for (const std::wstring& text : SearchedTexts(element, Role::Removal)) {
+        const std::wstring lower = LowerCase(text);
+        for (const std::wstring_view place : kPlacesOfOneKind) {
+            const std::size_t at = lower.find(place);
+            if (at != std::wstring::npos) {
+                report.Add(RuleId::DataStrPlace, script.document, *element.node, kDataStr,
+                           {text, text.substr(at + place.size())});
+                break;
+            }
+        }
+    }
+}
+
+void CheckValuePattern(const Script& script, const Element& element, Report& report) {
+    const std::wstring* const name = element.Find(kName);
+    if (!element.Is(OPERATION_DEL_REGVALUE) || name == nullptr || element.FindNonEmpty(kRelName) != nullptr ||
+        !ValuePattern::IsPattern(*name)) {
+        return;
+    }
+    const bool atStart = name->front() == L'*';
+    const bool atEnd = name->back() == L'*';
+    if (!ValuePattern(*name).IsValid()) {
+        report.Add(RuleId::ValuePattern, script.document, *element.node, kName, {*name});
+    } else if (script.role == Role::Detection && atStart != atEnd) {
+        const std::wstring other = atEnd ? L"*" + name->substr(0, name->size() - 1) : name->substr(1) + L"*";
+        report.Add(RuleId::ReversedPattern, script.document, *element.node, kName,
+                   {*name, atEnd ? L"end with" : L"begin with", other});
+    }
+}
+
+void CheckProtectedKey(const Script& script, const Element& element, Report& report) {
+    const bool isKey = element.Is(OPERATION_DEL_REGKEY) && element.Find(kDataStr) == nullptr;
+    const std::wstring* const value = element.Find(kName);
+    const bool allValues = element.Is(OPERATION_DEL_REGVALUE) && value != nullptr && !value->empty() &&
+                           value->find_first_not_of(L'*') == std::wstring::npos;
+    const std::wstring* const key = element.Find(isKey ? kName : kKeyPath);
+    if (script.role != Role::Removal || !(isKey || allValues) || key == nullptr) {
+        return;
+    }
+    const std::wstring whole = KeyOf(*key);
+    if (!whole.empty() && IsProtectedKey(whole)) {
+        report.Add(RuleId::ProtectedRoot, script.document, *element.node, isKey ? kName : kKeyPath,
+                   {(isKey ? L"" : L"all values of ") + whole});
+    }
+}
+
+void CheckSearchNeverRuns(const Script& script, Report& report) {
+    if (script.role != Role::Removal || !PlainDeletions(script).empty()) {
+        return;
+    }
+    script.ForEachElement([&](const Element& element) {
+        if (element.section->version->walked && element.Is(OPERATION_DEL_REGKEY) && element.Find(kDataStr) != nullptr) {
+            report.Add(RuleId::SearchNeverRuns, script.document, *element.node);
+        }
+    });
+}
+
+// Sorts and thins as the removal does.
+void CheckViewLost(const Script& script, Report& report) {
+    if (script.role != Role::Removal) {
+        return;
+    }
+    std::vector<PlainDeletion> deletions = PlainDeletions(script);
+    std::stable_sort(deletions.begin(), deletions.end(), [](const PlainDeletion& left, const PlainDeletion& right) {
+        return BeforeInThinning(left.operation, right.operation);
+    });
+    const PlainDeletion* stayed = nullptr;
+    for (const PlainDeletion& deletion : deletions) {
+        const bool swallowed = stayed != nullptr && !stayed->operation.isValue &&
+                               Covers(stayed->operation.keyPath, deletion.operation.keyPath);
+        if (!swallowed) {
+            stayed = &deletion;
+        } else if (!stayed->operation.x32view && deletion.operation.x32view) {
+            report.Add(RuleId::ViewLost, script.document, *deletion.element->node,
+                       {WithOtherHiveName(deletion.operation.keyPath)});
+        }
+    }
+}
+
+}  // namespace tools::lint
