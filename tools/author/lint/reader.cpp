@@ -1,7 +1,7 @@
 #include "reader.h"
 
 #include <msxml2.h>
-#include <oleauto.h>
+#include <objbase.h>
 
 #include <algorithm>
 #include <cstring>
@@ -187,17 +187,19 @@ HRESULT Builder::fatalError(ISAXLocator* locator, const wchar_t* message, HRESUL
     return S_OK;
 }
 
-// The document as the array of bytes that the reader takes; it finds the encoding out by itself.
-Variant AsArray(const Bytes& document) {
-    Variant source;
-    SAFEARRAY* const array = ::SafeArrayCreateVector(VT_UI1, 0, static_cast<ULONG>(document.size()));
-    if (array == nullptr) {
+// The document as the stream of bytes that the reader takes; it finds the encoding out by itself.
+Variant AsStream(const Bytes& document) {
+    ComPtr<IStream> stream;
+    const auto size = static_cast<ULONG>(document.size());
+    if (FAILED(::CreateStreamOnHGlobal(nullptr, TRUE, stream.Put())) ||
+        FAILED(stream->Write(document.data(), size, nullptr)) || FAILED(stream->Seek({}, STREAM_SEEK_SET, nullptr))) {
         RaiseComError(E_OUTOFMEMORY);
     }
-    std::copy(document.begin(), document.end(), static_cast<BYTE*>(array->pvData));
+    Variant source;
     VARIANT* const value = source.Put();
-    value->vt = VT_ARRAY | VT_UI1;
-    value->parray = array;
+    value->vt = VT_UNKNOWN;
+    value->punkVal = stream.Get();
+    stream->AddRef();
     return source;
 }
 
@@ -218,9 +220,11 @@ Parsed Parse(const Bytes& document) {
     reader->putContentHandler(&builder);
     reader->putErrorHandler(&builder);
     reader->putProperty(kLexicalProperty, lexical);
-    parsed.wellFormed = SUCCEEDED(reader->parse(AsArray(document).Get()));
-    if (!parsed.wellFormed && parsed.error.message.empty()) {
-        parsed.error.message = document.empty() ? L"it is empty" : L"it is no XML";
+    parsed.wellFormed = SUCCEEDED(reader->parse(AsStream(document).Get()));
+    if (document.empty()) {
+        parsed.error = {{}, L"it is empty"};
+    } else if (!parsed.wellFormed && parsed.error.message.empty()) {
+        parsed.error.message = L"it is no XML";
     }
     return parsed;
 }

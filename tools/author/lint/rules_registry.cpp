@@ -3,6 +3,8 @@
 #include "rules_registry.h"
 
 #include <algorithm>
+#include <iterator>
+#include <set>
 
 #include "common/protected_roots.h"
 #include "foundation/CSplitKeyPath.h"
@@ -52,6 +54,31 @@ std::vector<PlainDeletion> PlainDeletions(const Script& script) {
         }
     });
     return deletions;
+}
+
+// The keys that the removal still comes to in the 32-bit view after its own sorting and thinning.
+std::set<std::wstring> DoneIn32BitView(const std::vector<PlainDeletion>& deletions) {
+    CachedOperations operations;
+    std::transform(deletions.begin(), deletions.end(), std::back_inserter(operations.delReg),
+                   [](const PlainDeletion& deletion) { return deletion.operation; });
+    operations.SortAndThin();
+    std::set<std::wstring> keys;
+    for (const DelRegOp& operation : operations.delReg) {
+        if (operation.x32view) {
+            keys.insert(operation.keyPath);
+        }
+    }
+    return keys;
+}
+
+bool IsBelowOneOf(const std::wstring& key, const std::set<std::wstring>& keys) {
+    for (std::size_t end = key.find_last_of(L"\\/"); end != std::wstring::npos && end > 0;
+         end = key.find_last_of(L"\\/", end - 1)) {
+        if (keys.contains(key.substr(0, end))) {
+            return true;
+        }
+    }
+    return false;
 }
 
 // The same key with its hive by the other of its two names.
@@ -138,24 +165,16 @@ void CheckSearchNeverRuns(const Script& script, Report& report) {
     });
 }
 
-// Sorts and thins as the removal does.
 void CheckViewLost(const Script& script, Report& report) {
     if (script.role != Role::Removal) {
         return;
     }
-    std::vector<PlainDeletion> deletions = PlainDeletions(script);
-    std::stable_sort(deletions.begin(), deletions.end(), [](const PlainDeletion& left, const PlainDeletion& right) {
-        return BeforeInThinning(left.operation, right.operation);
-    });
-    const PlainDeletion* stayed = nullptr;
+    const std::vector<PlainDeletion> deletions = PlainDeletions(script);
+    const std::set<std::wstring> done = DoneIn32BitView(deletions);
     for (const PlainDeletion& deletion : deletions) {
-        const bool swallowed = stayed != nullptr && !stayed->operation.isValue &&
-                               Covers(stayed->operation.keyPath, deletion.operation.keyPath);
-        if (!swallowed) {
-            stayed = &deletion;
-        } else if (!stayed->operation.x32view && deletion.operation.x32view) {
-            report.Add(RuleId::ViewLost, script.document, *deletion.element->node,
-                       {WithOtherHiveName(deletion.operation.keyPath)});
+        const std::wstring& key = deletion.operation.keyPath;
+        if (deletion.operation.x32view && !done.contains(key) && !IsBelowOneOf(key, done)) {
+            report.Add(RuleId::ViewLost, script.document, *deletion.element->node, {WithOtherHiveName(key)});
         }
     }
 }
