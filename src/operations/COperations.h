@@ -56,6 +56,8 @@ protected:
         bool isWholePath;
     };
 
+    // By its name alone.
+    static bool IsShortcut(const wchar_t* name);
     static bool PointsAt(const wchar_t* caller, const std::wstring& link, const ShortcutTarget& target);
 
 private:

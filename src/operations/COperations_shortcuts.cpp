@@ -17,10 +17,6 @@ namespace {
 constexpr std::size_t kFileNameChars = 260;
 constexpr std::size_t kExtensionChars = 16;  // with its dot; what is longer is cut
 
-bool IsLinkName(const wchar_t* name) {
-    return EqualsBlind(::PathFindExtensionW(name), L".lnk");
-}
-
 std::wstring FileNameAndExtension(std::wstring_view path) {
     path.remove_prefix(path.find_last_of(L"\\/:") + 1);
     const std::size_t dot = std::min(path.rfind(L'.'), path.size());
@@ -30,6 +26,10 @@ std::wstring FileNameAndExtension(std::wstring_view path) {
 }
 
 }  // namespace
+
+bool COperations::IsShortcut(const wchar_t* name) {
+    return EqualsBlind(::PathFindExtensionW(name), L".lnk");
+}
 
 HRESULT COperations::GetLinkInfo(const std::wstring& path, wchar_t (&target)[MAX_PATH]) {
     target[0] = L'\0';
@@ -84,7 +84,7 @@ OperationResult COperations::WalkShortcuts(const wchar_t* caller, const std::wst
     while (entries.Next()) {
         if (entries.IsFolder()) {
             result = WalkShortcuts(caller, entries.Path(), target, actOnPath, actOnLink);
-        } else if (IsLinkName(entries.Name()) && PointsAt(caller, entries.Path(), target)) {
+        } else if (IsShortcut(entries.Name()) && PointsAt(caller, entries.Path(), target)) {
             actOnLink(entries.Path(), result);
         }
     }

@@ -24,6 +24,7 @@ public:
     // Of the entry that Next stepped to; overwritten by the following Next.
     const std::wstring& Path() const { return m_path; }
     const wchar_t* Name() const { return m_entry.cFileName; }
+    const WIN32_FIND_DATAW& Data() const { return m_entry; }
     bool IsFolder() const { return (m_entry.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) != 0; }
 
     // Ends the walk: a folder with an open search cannot be removed.

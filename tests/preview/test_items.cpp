@@ -32,10 +32,10 @@ TEST_CASE("views, keys and values, and command lines are told apart") {
 TEST_CASE("many items keep their nodes, and are counted without the places between") {
     ItemTree items;
     const NodeId folder = items.AtPath(ItemKind::Folder, View::None, L"C:\\a\\b");
-    items[folder].kind = ItemKind::Folder;
+    items[folder].record = 0;
     for (NodeId number = 0; number < 3000; ++number) {
         const NodeId file = items.Child(folder, ItemKind::File, View::None, std::to_wstring(number));
-        items[file].kind = ItemKind::File;
+        items[file].record = 0;
         CHECK(items.Ordinal(file) == number + 1);
     }
     CHECK(items.FindPath(ItemKind::File, View::None, L"C:\\A\\B\\2999") == folder + 3000);

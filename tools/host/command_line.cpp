@@ -94,18 +94,30 @@ void AddExplain(CLI::App& app, Raw& raw) {
     explain->callback([&raw] { raw.options.command = Command::Explain; });
 }
 
+// Which products go.
+void AddTargets(CLI::App& command, Raw& raw) {
+    CLI::Option* const names = command.add_option("NAME", raw.names, "Names of installed products, as list gives them");
+    AddCatalogue(command, raw);
+    AddEscaped(command, raw);
+    command.add_flag("--force", raw.options.force, "The named products also if they are not installed")->needs(names);
+    command.add_flag("--all-installed", raw.allInstalled, "All products of one catalogue that are installed")
+        ->excludes(names);
+    command.add_flag("--force-all", raw.forceAll, "All products of one catalogue, installed or not")
+        ->excludes(names, "--all-installed");
+}
+
+void AddPlan(CLI::App& app, Raw& raw) {
+    CLI::App* const plan = app.add_subcommand("plan", "Show what a removal would take, and change nothing");
+    AddTargets(*plan, raw);
+    CLI::Option* const json = plan->add_flag("--json", raw.options.json, "Write JSON");
+    plan->add_flag("--all", raw.options.all, "Cut no list short")->excludes(json);
+    plan->callback([&raw] { raw.options.command = Command::Plan; });
+}
+
 void AddRemove(CLI::App& app, Raw& raw) {
     CLI::App* const remove = app.add_subcommand("remove", "Remove products");
     Options& options = raw.options;
-    CLI::Option* const names = remove->add_option("NAME", raw.names, "Names of installed products, as list gives them");
-    AddCatalogue(*remove, raw);
-    AddEscaped(*remove, raw);
-    remove->add_flag("--force", options.force, "Remove the named products also if they are not installed")
-        ->needs(names);
-    remove->add_flag("--all-installed", raw.allInstalled, "All products of one catalogue that are installed")
-        ->excludes(names);
-    remove->add_flag("--force-all", raw.forceAll, "All products of one catalogue, installed or not")
-        ->excludes(names, "--all-installed");
+    AddTargets(*remove, raw);
     CLI::Option* const yes = remove->add_flag("--yes", options.yes, "Do not ask");
     CLI::Option* const quiet = remove->add_flag("--quiet", options.quiet, "Write nothing but failures");
     quiet->needs(yes);
@@ -116,7 +128,7 @@ void AddRemove(CLI::App& app, Raw& raw) {
 
 // What the parser cannot tell by itself.
 void Check(const Raw& raw) {
-    if (raw.options.command != Command::Remove) {
+    if (raw.options.command != Command::Plan && raw.options.command != Command::Remove) {
         return;
     }
     const bool whole = raw.allInstalled || raw.forceAll;
@@ -159,6 +171,7 @@ std::variant<Options, std::wstring> ParseCommandLine(const std::vector<std::wstr
     app.require_subcommand(1);
     AddList(app, raw);
     AddExplain(app, raw);
+    AddPlan(app, raw);
     AddRemove(app, raw);
 
     try {

@@ -10,7 +10,7 @@
 
 namespace tools::host {
 
-enum class Command { List, Explain, Remove };
+enum class Command { List, Explain, Plan, Remove };
 
 enum class RemovalScope { Names, AllInstalled, ForceAll };
 
@@ -26,6 +26,7 @@ struct Options {
     bool force = false;
     bool yes = false;
     bool quiet = false;
+    bool all = false;  // no list is cut short
     LogSettings log;
 };
 

@@ -56,6 +56,7 @@ public:
     std::vector<Product> InstalledProductsEx(ULONG flags) const;
 
     RemovalExports Removal() const;
+    HMODULE Module() const { return m_module.Get(); }
 
 private:
     template <typename Function>

@@ -11,6 +11,7 @@
 #include "library.h"
 #include "list.h"
 #include "log_control.h"
+#include "plan.h"
 #include "remove.h"
 
 namespace tools::host {
@@ -23,7 +24,14 @@ int RunCommand(const Options& options, Output& out) {
     }
     const LogControl log(options.log);
     const Library library;
-    return options.command == Command::List ? RunList(options, library, out) : RunRemove(options, library, out);
+    switch (options.command) {
+        case Command::List:
+            return RunList(options, library, out);
+        case Command::Plan:
+            return RunPlan(options, library, out);
+        default:
+            return RunRemove(options, library, out);
+    }
 }
 
 int Run(const std::vector<std::wstring>& arguments, Output& out) {

@@ -38,6 +38,11 @@ constexpr bool IsRun(ItemKind kind) {
     return kind == ItemKind::Tool || kind == ItemKind::LibraryMethod;
 }
 
+// These stand below the file or key that they belong to, and their name is no part of a path.
+constexpr bool HasName(ItemKind kind) {
+    return IsRun(kind) || kind == ItemKind::Value;
+}
+
 // Kinds that cannot bear the same name below the same parent share a space.
 constexpr unsigned SpaceOf(ItemKind kind, View view) {
     switch (kind) {
@@ -95,7 +100,7 @@ NodeId ItemTree::Child(NodeId parent, ItemKind kind, View view, std::wstring_vie
         item.name = Store(name);
         item.parent = parent;
         item.view = view;
-        // A Place keeps the space of its name: only values, processes and the like are told apart by their kind.
+        // What is a path is told apart by its view alone, and may become an item later.
         item.kind = IsPath(kind) ? ItemKind::Place : kind;
     }
     return slot;
@@ -108,6 +113,10 @@ NodeId ItemTree::AtPath(ItemKind kind, View view, std::wstring_view path) {
         return true;
     });
     return node;
+}
+
+NodeId ItemTree::FindChild(NodeId parent, ItemKind kind, std::wstring_view name) const {
+    return m_slots[SlotOf(parent, SpaceOf(kind, m_nodes[parent].view), name)];
 }
 
 NodeId ItemTree::FindPath(ItemKind kind, View view, std::wstring_view path) const {
@@ -148,6 +157,14 @@ void ItemTree::Grow() {
     }
 }
 
+NodeId ItemTree::Append(ItemKind kind, std::wstring_view name) {
+    const NodeId node = Size();
+    Item& item = m_nodes.emplace_back();
+    item.name = Store(name);
+    item.kind = kind;
+    return node;
+}
+
 const wchar_t* ItemTree::Store(std::wstring_view name) {
     const std::size_t needed = name.size() + 1;
     if (needed > m_room) {
@@ -164,7 +181,7 @@ const wchar_t* ItemTree::Store(std::wstring_view name) {
 
 std::wstring ItemTree::Path(NodeId node) const {
     std::vector<std::wstring_view> parts;
-    if (m_nodes[node].kind == ItemKind::Value) {
+    if (HasName(m_nodes[node].kind)) {
         node = m_nodes[node].parent;
     }
     for (; node != kNoNode; node = m_nodes[node].parent) {
@@ -181,12 +198,12 @@ std::wstring ItemTree::Path(NodeId node) const {
 }
 
 std::wstring ItemTree::ValueName(NodeId node) const {
-    return m_nodes[node].kind == ItemKind::Value ? m_nodes[node].name : L"";
+    return HasName(m_nodes[node].kind) ? m_nodes[node].name : L"";
 }
 
 std::size_t ItemTree::Ordinal(NodeId node) const {
     for (; m_counted < Size(); ++m_counted) {
-        if (m_nodes[m_counted].kind == ItemKind::Place) {
+        if (!m_nodes[m_counted].IsItem()) {
             m_places.push_back(m_counted);
         }
     }

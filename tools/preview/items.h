@@ -11,7 +11,7 @@
 namespace preview {
 
 enum class ItemKind : std::uint8_t {
-    Place,  // no item: a folder or key on the way to one
+    Place,  // a folder or key on the way to an item
     File,
     Folder,
     Shortcut,
@@ -42,7 +42,7 @@ inline constexpr RecordId kNoRecord = 0xFFFFFFFF;
 
 struct Item {
     std::uint64_t size = 0;         // bytes of a file, number of values of a key, identifier of a process
-    const wchar_t* name = nullptr;  // last part of the path, or name of a value; owned by the tree
+    const wchar_t* name = nullptr;  // last part of the path, or the name that ValueName gives; owned by the tree
     NodeId parent = kNoNode;
     RecordId record = kNoRecord;  // the first one that names it
     ItemKind kind = ItemKind::Place;
@@ -50,6 +50,9 @@ struct Item {
     View view = View::None;
     bool isLink : 1 = false;     // a reparse point: what it leads to is reached through it
     bool isPending : 1 = false;  // stands in the system's list of deletions at the restart already
+
+    // Else a folder or key on the way to one.
+    bool IsItem() const { return record != kNoRecord; }
 };
 
 // Every item of a plan once, as a tree: paths are made on demand, so that many items cost little. Names are found
@@ -65,15 +68,20 @@ public:
     NodeId Child(NodeId parent, ItemKind kind, View view, std::wstring_view name);
     // The node of a whole path of a file or key, with what is above it.
     NodeId AtPath(ItemKind kind, View view, std::wstring_view path);
-    // kNoNode if there is none.
+    // Each kNoNode if there is none.
+    NodeId FindChild(NodeId parent, ItemKind kind, std::wstring_view name) const;
     NodeId FindPath(ItemKind kind, View view, std::wstring_view path) const;
 
-    // Full path; of a value that of its key, of a process its image where that is known.
+    // A root beside any others of the same kind and name.
+    NodeId Append(ItemKind kind, std::wstring_view name);
+
+    // Full path: of a value that of its key, of a tool or method that of its file, of a process its image where that
+    // is known.
     std::wstring Path(NodeId node) const;
-    // Empty for all but values.
+    // Name of a value, parameters of a tool, name of a library method; else empty.
     std::wstring ValueName(NodeId node) const;
 
-    // Number of an item among all items, Places left out: what JSON counts by. Right once the plan is made.
+    // Number of an item among all items: what JSON counts by. Right once the plan is made.
     std::size_t Ordinal(NodeId node) const;
 
 private:

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "items.h"
+#include "script/CProductConfig.h"
 
 // What a removal will do on this machine, found by looking alone.
 namespace preview {
@@ -19,19 +20,17 @@ enum class RecordState {
     NotCarried,  // not carried out at all, for the reason told
 };
 
-// One operation element of the document.
+// One operation element of the document, or a place from which on a section or version is not read.
 struct Record {
     std::size_t product = 0;  // index
-    std::wstring operation;   // of the section: its op_code
-    std::wstring version;     // where it stands: the name of its version,
-    unsigned section = 0;     // the number of its section among those of the version,
-    unsigned element = 0;     // and its own number in the section; all from 0
-    std::wstring text;        // its attributes, as the log shows them
+    ScriptPlace place;
+    std::wstring text;  // its attributes
     RecordState state = RecordState::Runs;
     RecordId coveredBy = kNoRecord;
     std::wstring reason;
 };
 
+// A product that goes.
 struct PlannedProduct {
     std::wstring name;
     std::wstring script;  // full path
@@ -69,7 +68,23 @@ struct Plan {
     ItemTree items;
     std::map<NodeId, std::vector<Holder>> holders;
     std::vector<Finding> findings;
-    bool restartAsked = false;  // by an element, whatever becomes of the files
+    std::vector<std::wstring> notes;  // what the engine had to say about the document as a whole
+    bool restartAsked = false;        // by an element, whatever becomes of the files
 };
+
+// One call of the library.
+struct RemovalCall {
+    enum class Scope { Product, AllInstalled, ForceAll };
+
+    Scope scope = Scope::Product;
+    UninstallType type = UNINSTALL_TYPE_FAMILY;
+    std::wstring name;   // of a single product
+    bool force = false;  // of a single product: installed or not
+};
+
+// Plans the calls one after the other, each as if those before it had been carried out. `library` is the one that
+// would be called: its embedded document and its folder count. Raises std::runtime_error if the document cannot be
+// read or a catalogue cannot be loaded.
+Plan MakePlan(const std::vector<RemovalCall>& calls, HMODULE library);
 
 }  // namespace preview

@@ -1,0 +1,48 @@
+#include "plan.h"
+
+#include <windows.h>
+
+#include <algorithm>
+
+#include "common/com_scope.h"
+#include "common/modules.h"
+#include "plan_json.h"
+#include "plan_summary.h"
+#include "plan_text.h"
+#include "preview/findings.h"
+
+namespace tools::host {
+
+namespace {
+
+preview::RemovalCall CallOf(const RemovalStep& step) {
+    using Scope = preview::RemovalCall::Scope;
+    const Scope scope = step.scope == RemovalScope::Names          ? Scope::Product
+                        : step.scope == RemovalScope::AllInstalled ? Scope::AllInstalled
+                                                                   : Scope::ForceAll;
+    return {scope, step.type, step.name, step.force};
+}
+
+}  // namespace
+
+preview::Plan MakePreview(const RemovalPlan& removal, const Library& library) {
+    std::vector<preview::RemovalCall> calls;
+    std::transform(removal.steps.begin(), removal.steps.end(), std::back_inserter(calls), CallOf);
+    preview::Plan plan = preview::MakePlan(calls, library.Module());
+    preview::AddFindings(plan, OwnFolder());
+    return plan;
+}
+
+int RunPlan(const Options& options, const Library& library, Output& out) {
+    const ComScope com;
+    const preview::Plan plan = MakePreview(MakePlan(options, library), library);
+    const PlanSummary summary = Summarize(plan);
+    if (options.json) {
+        WritePlanJson(plan, summary, out);
+    } else {
+        WritePlanText(plan, summary, options.all, out);
+    }
+    return summary.ExitCode();
+}
+
+}  // namespace tools::host

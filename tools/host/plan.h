@@ -1,0 +1,17 @@
+#pragma once
+
+#include "command_line.h"
+#include "common/output.h"
+#include "library.h"
+#include "preview/plan.h"
+#include "remove_plan.h"
+
+namespace tools::host {
+
+// The plan of a removal, with its findings. COM must be initialised.
+preview::Plan MakePreview(const RemovalPlan& removal, const Library& library);
+
+// The command "plan". Gives the exit code.
+int RunPlan(const Options& options, const Library& library, Output& out);
+
+}  // namespace tools::host

@@ -1,0 +1,187 @@
+#include "file_look.h"
+
+#include <windows.h>
+#include <shlwapi.h>
+
+#include "foundation/CWow64.h"
+#include "foundation/log_statement.h"
+#include "operations/COperations.h"
+#include "operations/folder_entries.h"
+
+namespace preview {
+
+namespace {
+
+constexpr FileIdentity kUnknown = {};
+
+// The library's own test of a shortcut.
+class ShortcutTest : public COperations {
+public:
+    using COperations::IsShortcut;
+
+    static bool PointsAt(const std::wstring& link, const DelShortcutOp& shortcut) {
+        const AccessTimeKept kept(link);
+        return COperations::PointsAt(CALLER, link, {shortcut.target, shortcut.targetIsWholePath});
+    }
+};
+
+bool MeansMissing(DWORD error) {
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
+}
+
+ULONGLONG Size(DWORD high, DWORD low) {
+    return (static_cast<ULONGLONG>(high) << 32) + low;
+}
+
+// The system lists names whose whole path it then does not take.
+bool IsOutOfReach(const std::wstring& path) {
+    return path.size() >= MAX_PATH && ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES;
+}
+
+}  // namespace
+
+bool FileLook::IsGone(NodeId node) const {
+    const Item& item = m_items[node];
+    return item.IsItem() && item.kind != ItemKind::RestartEntry &&
+           (item.state == ItemState::Present || item.state == ItemState::Missing);
+}
+
+NodeId FileLook::Add(NodeId node, ItemKind kind, ItemState state, RecordId record) {
+    Item& item = m_items[node];
+    item.kind = kind;
+    item.state = state;
+    if (!item.IsItem()) {
+        item.record = record;
+    }
+    return node;
+}
+
+OperationResult FileLook::File(const std::wstring& path, RecordId record) {
+    return FileAs(ItemKind::File, path, record);
+}
+
+OperationResult FileLook::FileAs(ItemKind kind, const std::wstring& path, RecordId record) {
+    const NodeId node = m_items.AtPath(kind, View::None, path);
+    if (node == kNoNode || IsGone(node)) {
+        return _ERROR_NOT_FOUND;
+    }
+    const Wow64Redirection off(CALLER);
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    if (::GetFileAttributesExW(path.c_str(), GetFileExInfoStandard, &data)) {
+        if ((data.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) == 0) {
+            Add(node, kind, ItemState::Present, record);
+            m_items[node].size = Size(data.nFileSizeHigh, data.nFileSizeLow);
+            m_items[node].isLink = (data.dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+            return _ERROR_SUCCESS;
+        }
+    } else if (MeansMissing(::GetLastError())) {
+        Add(node, kind, ItemState::Missing, record);
+        return _ERROR_NOT_FOUND;
+    }
+    // What is no file, or cannot be opened by this name, is left to the restart.
+    Add(node, ItemKind::RestartEntry, ItemState::Waiting, record);
+    return _ERROR_FAILED;
+}
+
+void FileLook::AtRestart(const std::wstring& path, RecordId record, bool exists) {
+    const NodeId node = m_items.AtPath(ItemKind::RestartEntry, View::None, path);
+    if (node != kNoNode && !m_items[node].IsItem()) {
+        Add(node, ItemKind::RestartEntry, exists ? ItemState::Waiting : ItemState::Missing, record);
+    }
+}
+
+OperationResult FileLook::Folder(const std::wstring& path, RecordId record) {
+    const NodeId node = m_items.AtPath(ItemKind::Folder, View::None, path);
+    if (node == kNoNode || (m_items[node].IsItem() && m_items[node].kind == ItemKind::Folder)) {
+        return _ERROR_NOT_FOUND;
+    }
+    const Wow64Redirection off(CALLER);
+    if (!::PathIsDirectoryW(path.c_str())) {
+        const bool exists = ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+        Add(node, ItemKind::Folder, exists ? ItemState::Kept : ItemState::Missing, record);
+        return _ERROR_NOT_FOUND;
+    }
+    m_items[node].isLink = (::GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    TakeFolder(path, node, record);
+    return _ERROR_SUCCESS;
+}
+
+// True if the folder goes: it is left empty.
+bool FileLook::TakeFolder(const std::wstring& path, NodeId node, RecordId record) {
+    Add(node, ItemKind::Folder, ItemState::Present, record);
+    const AccessTimeKept kept(path);
+    // A folder that links lead to as well is emptied once.
+    if (kept.Identity() != kUnknown && !m_walked.insert(kept.Identity()).second) {
+        return true;
+    }
+    FolderEntries entries(CALLER, path);
+    if (entries.Opened() != _ERROR_SUCCESS) {
+        m_items[node].state = ItemState::Kept;
+        return false;
+    }
+    bool empty = true;
+    while (entries.Next()) {
+        empty = TakeEntry(entries, node, record) && empty;
+    }
+    if (!empty) {
+        m_items[node].state = ItemState::Waiting;
+    }
+    return empty;
+}
+
+bool FileLook::TakeEntry(FolderEntries& entries, NodeId folder, RecordId record) {
+    const NodeId node = m_items.Child(folder, ItemKind::File, View::None, entries.Data().cFileName);
+    if (IsGone(node)) {
+        return true;
+    }
+    const bool isFolder = entries.IsFolder();
+    m_items[node].isLink = (entries.Data().dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    if (IsOutOfReach(entries.Path())) {
+        Add(node, isFolder ? ItemKind::Folder : ItemKind::File, ItemState::Kept, record);
+        return false;
+    }
+    if (isFolder) {
+        return TakeFolder(entries.Path(), node, record);
+    }
+    Add(node, ItemKind::File, ItemState::Present, record);
+    m_items[node].size = Size(entries.Data().nFileSizeHigh, entries.Data().nFileSizeLow);
+    return true;
+}
+
+OperationResult FileLook::Shortcuts(const DelShortcutOp& shortcut, RecordId record) {
+    const Wow64Redirection off(CALLER);
+    std::set<FileIdentity> seen;
+    return WalkShortcuts(shortcut.path, shortcut, record, seen);
+}
+
+OperationResult FileLook::WalkShortcuts(const std::wstring& path, const DelShortcutOp& shortcut, RecordId record,
+                                        std::set<FileIdentity>& seen) {
+    const NodeId node = m_items.AtPath(ItemKind::Folder, View::None, path);
+    if (node == kNoNode || IsGone(node)) {
+        return _ERROR_NOT_FOUND;
+    }
+    if (!::PathIsDirectoryW(path.c_str())) {
+        return FileAs(ItemKind::Shortcut, path, record);
+    }
+    const AccessTimeKept kept(path);
+    if (kept.Identity() != kUnknown && !seen.insert(kept.Identity()).second) {
+        return _ERROR_SUCCESS;
+    }
+    FolderEntries entries(CALLER, path);
+    OperationResult result = entries.Opened();
+    while (entries.Opened() == _ERROR_SUCCESS && entries.Next()) {
+        const NodeId entry = m_items.FindChild(node, ItemKind::File, entries.Data().cFileName);
+        if (entry != kNoNode && IsGone(entry)) {
+            continue;
+        }
+        if (entries.IsFolder()) {
+            result = WalkShortcuts(entries.Path(), shortcut, record, seen);
+        } else if (ShortcutTest::IsShortcut(entries.Data().cFileName) &&
+                   ShortcutTest::PointsAt(entries.Path(), shortcut)) {
+            result = FileAs(ItemKind::Shortcut, entries.Path(), record);
+        }
+    }
+    return result;
+}
+
+}  // namespace preview
