@@ -46,6 +46,7 @@ bool CProductInstalled::ProcessNTVersion(IXMLDOMNode* version, const std::wstrin
         LOG(kWarning, L"Invalid value for attribute \"mandatory_sections\". Default value is \"any\". ");
         mode = L"any";
     }
+    SectionsModeRead(mode);
     bool installed = false;
     const Next end = ForEachSection(CALLER, version, [&](IXMLDOMNode* section) {
         std::wstring opCode;
@@ -71,6 +72,7 @@ bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring&
     int minimum = 0;
     CXMLHelper::GetNodeAttribute(section, attribute::kMinimumScore, minimum);
     LOG(kInfo, L"Minimum Score \"%s\" = %d", opCode.c_str(), minimum);
+    MinimumRead(minimum);
     const wchar_t* const caller = CALLER;
     int score = 0;
     const Next end = ForEachElement(
@@ -79,6 +81,7 @@ bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring&
         return false;
     }
     LOG(kInfo, L"Score \"%s\" = %d", opCode.c_str(), score);
+    SectionScored(score);
     return score >= minimum;
 }
 
@@ -131,7 +134,9 @@ CProductInstalled::Next CProductInstalled::ScoreOperation(const wchar_t* caller,
             attributes.Insert(std::move(name), std::move(value));
         }
     }
-    if (ExecOperation(attributes, appPath)) {
+    const bool found = ExecOperation(attributes, appPath);
+    ElementJudged(attributes, elementScore, mandatory, found);
+    if (found) {
         score = WrappingSum(score, elementScore);
     } else if (mandatory) {
         LOG_AS(caller, kError, L"The mandatory failed");

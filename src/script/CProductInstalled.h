@@ -25,6 +25,12 @@ protected:
         return ProcessDisableDriver(attributes, appPath);
     }
 
+    // What a watcher is told on the way; nothing is done with it here.
+    virtual void SectionsModeRead(const std::wstring&) {}
+    virtual void MinimumRead(int) {}
+    virtual void ElementJudged(const OperationAttributes&, int /*score*/, bool /*mandatory*/, bool /*found*/) {}
+    virtual void SectionScored(int) {}
+
 private:
     Next ScoreElement(const wchar_t* caller, IXMLDOMNode* node, const std::wstring& opCode, const std::wstring& appPath,
                       int& score);

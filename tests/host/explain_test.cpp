@@ -83,11 +83,40 @@ TEST_CASE("explain tells of each section its score, its minimum and which elemen
     CHECK(sections.at(0).at("elements").at(1).at("score") == 5);
     CHECK(sections.at(0).at("elements").at(1).at("reasons").size() == 1);
     CHECK(sections.at(0).at("elements").at(2).at("mandatory") == true);
-    // Of values the library says nothing: the sum decides, where it can.
     CHECK(Presences(sections.at(1)) == Texts{"found", "found"});
     CHECK(sections.at(1).at("passed") == true);
     CHECK(Presences(sections.at(2)) == Texts{"not_found"});
-    CHECK(Presences(sections.at(3)) == Texts{"unclear", "unclear"});
+    CHECK(Presences(sections.at(3)) == Texts{"not_found", "found"});
+}
+
+TEST_CASE("explain reads scores and words as the library does") {
+    const Subject subject;
+    const std::string there = "<e name=\"" + Narrow(subject.files.WriteFile(L"there")) + "\" ";
+    const std::string gone = "<e name=\"" + Narrow(subject.files.Path(L"gone")) + "\" ";
+    subject.Script("", "<s op_code=\"del_file\">" + there + "Score=\"4\"/>" + there + "score=\"\"/>" + there +
+                           "score=\"2147483647\"/>" + gone + "mandatory=\"ye\xC5\xBF\"/><sleep/><x>sleep</x></s>");
+    const json section = subject.Explain().at("versions").at(0).at("sections").at(0);
+    CHECK(section.at("score") == -2147483645);
+    CHECK(section.at("passed") == false);
+    CHECK(Presences(section) == Texts{"found", "found", "found", "not_found", "not_found"});
+    std::vector<int> scores;
+    for (const json& element : section.at("elements")) {
+        scores.push_back(element.at("score"));
+    }
+    CHECK(scores == std::vector<int>{4, 0, 2147483647, 1, 1});
+    CHECK(section.at("elements").at(3).at("mandatory") == false);
+}
+
+TEST_CASE("explain names the view in which each mark was looked for") {
+    const RegistrySandbox marks;
+    const Subject subject("<v name=\"v\" keypath=\"" + Narrow(marks.Path()) + "\" keyvalue=\"at\"/>");
+    marks.SetString(L"UpdateLocation", L"at", L"x", View::Bits32);
+    const json told = subject.Explain();
+    CHECK(told.at("installed") == true);
+    const std::string key = Narrow(marks.Path(L"UpdateLocation"));
+    const json in32 = {{"key", key}, {"value", "at"}, {"view", 32}, {"found", true}};
+    const json in64 = {{"key", key}, {"value", "at"}, {"view", 64}, {"found", false}};
+    CHECK(told.at("registry") == (UnderWow64() ? json{in64, in32} : json{in32}));
 }
 
 TEST_CASE("explain tells where judging ended") {
@@ -104,7 +133,7 @@ TEST_CASE("explain tells where judging ended") {
         const json section = version.at("sections").at(0);
         CHECK(section.at("mandatory_failed") == true);
         CHECK(section.at("score").is_null());
-        CHECK(Presences(section) == Texts{"not_found"});
+        CHECK(Presences(section) == Texts{"not_found", "not_judged"});
     }
     SUBCASE("a comment breaks a section off") {
         subject.Script("", "<s op_code=\"del_file\"><e name=\"" + there + "\"/><!-- c --></s>");

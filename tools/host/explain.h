@@ -2,11 +2,11 @@
 
 #include "command_line.h"
 #include "common/output.h"
+#include "library.h"
 
 namespace tools::host {
 
-// The command "explain": has the library judge its products and tells from the log of that run how it came to its
-// verdict on one. Gives the exit code.
-int RunExplain(const Options& options, Output& out);
+// The command "explain": watches the library's own classes judge one product. Gives the exit code.
+int RunExplain(const Options& options, const Library& library, Output& out);
 
 }  // namespace tools::host

@@ -8,6 +8,12 @@
 
 namespace tools::host {
 
+using preview::JudgedElement;
+using preview::JudgedMark;
+using preview::JudgedSection;
+using preview::JudgedVersion;
+using preview::Presence;
+
 namespace {
 
 struct PresenceName {
@@ -20,7 +26,6 @@ constexpr PresenceName kPresenceNames[] = {
     {Presence::NotJudged, "not_judged", L"not judged"},
     {Presence::Found, "found", L"found     "},
     {Presence::NotFound, "not_found", L"not found "},
-    {Presence::Unclear, "unclear", L"unclear   "},
 };
 
 const PresenceName& NameOf(Presence presence) {
@@ -43,8 +48,8 @@ Json OrNull(const std::optional<Value>& value) {
 Json ToJson(const JudgedElement& element) {
     return {{"attributes", ToUtf8(element.attributes)},
             {"presence", NameOf(element.presence).json},
-            {"score", OrNull(element.score)},
-            {"mandatory", OrNull(element.mandatory)},
+            {"score", element.score},
+            {"mandatory", element.mandatory},
             {"reasons", Texts(element.reasons)}};
 }
 
@@ -54,7 +59,7 @@ Json ToJson(const JudgedSection& section) {
         elements.push_back(ToJson(element));
     }
     return {{"operation", ToUtf8(section.operation)},
-            {"passed", section.Passed()},
+            {"passed", section.passed},
             {"score", OrNull(section.score)},
             {"minimum", section.minimum},
             {"mandatory_failed", section.mandatoryFailed},
@@ -68,7 +73,7 @@ Json ToJson(const JudgedVersion& version) {
         sections.push_back(ToJson(section));
     }
     return {{"name", ToUtf8(version.name)},
-            {"installed", OrNull(version.installed)},
+            {"installed", version.installed},
             {"application_path", ToUtf8(version.appPath)},
             {"mandatory_sections", ToUtf8(version.mandatorySections)},
             {"sections", std::move(sections)},
@@ -95,10 +100,10 @@ private:
 
 void Add(Lines& lines, const JudgedElement& element) {
     std::wstring text = NameOf(element.presence).text;
-    if (element.score) {
-        text += L"  score " + std::to_wstring(*element.score);
+    if (element.presence != Presence::NotJudged) {
+        text += L"  score " + std::to_wstring(element.score);
     }
-    if (element.mandatory.value_or(false)) {
+    if (element.mandatory) {
         text += L", mandatory";
     }
     lines.Add(3, text + L"  " + element.attributes);
@@ -113,12 +118,11 @@ std::wstring Verdict(const JudgedSection& section) {
     if (!section.score) {
         return L"failed, broken off (" + minimum + L")";
     }
-    return (section.Passed() ? L"passed, score " : L"failed, score ") + std::to_wstring(*section.score) + L", " +
-           minimum;
+    return (section.passed ? L"passed, score " : L"failed, score ") + std::to_wstring(*section.score) + L", " + minimum;
 }
 
 void Add(Lines& lines, const JudgedVersion& version) {
-    lines.Add(1, L"version " + version.name + (version.installed.value_or(false) ? L": found" : L": not found"));
+    lines.Add(1, L"version " + version.name + (version.installed ? L": found" : L": not found"));
     lines.Add(2, L"application path: " + (version.appPath.empty() ? L"none" : version.appPath));
     if (!version.sections.empty()) {
         lines.Add(2, version.mandatorySections == L"all" ? L"every section must pass; judging ends with a failed one"
@@ -134,17 +138,28 @@ void Add(Lines& lines, const JudgedVersion& version) {
     }
 }
 
-void AddMarks(Lines& lines, const Explanation& explanation) {
+const wchar_t* ViewText(const JudgedMark& mark) {
+    return mark.view == preview::View::Bits64 ? L"64-bit view" : L"32-bit view";
+}
+
+void AddMarks(Lines& lines, const std::vector<JudgedMark>& marks) {
     lines.Add(0, L"Registry");
-    for (const Version& version : explanation.product.versions) {
-        lines.Add(1, L"found      " + version.key);
+    for (const JudgedMark& mark : marks) {
+        const std::wstring key = mark.key.empty() ? L"no key: the product's name is not in the list of programs"
+                                                  : mark.key + L" (" + ViewText(mark) + L")";
+        lines.Add(1, (mark.found ? L"found      " : L"not found  ") + key +
+                         (mark.value.empty() ? L"" : L", value " + Quoted(mark.value)));
     }
-    for (const MissingMark& mark : explanation.judgement.missing) {
-        lines.Add(1, L"not found  " + mark.name + L" (error " + mark.error + L")");
-    }
-    if (explanation.product.versions.empty() && explanation.judgement.missing.empty()) {
+    if (marks.empty()) {
         lines.Add(1, L"nothing to look for");
     }
+}
+
+Json ToJson(const JudgedMark& mark) {
+    return {{"key", ToUtf8(mark.key)},
+            {"value", ToUtf8(mark.value)},
+            {"view", mark.view == preview::View::Bits64 ? 64 : 32},
+            {"found", mark.found}};
 }
 
 }  // namespace
@@ -154,7 +169,7 @@ std::wstring ExplanationText(const Explanation& explanation) {
     Lines lines;
     lines.Add(0, Quoted(product.name) + L" (" + CatalogueName(product.type) + L") " +
                      (judgement.installed ? L"counts as installed." : L"does not count as installed."));
-    AddMarks(lines, explanation);
+    AddMarks(lines, judgement.marks);
     if (!judgement.script.empty()) {
         lines.Add(0, L"Script " + judgement.script);
     }
@@ -167,24 +182,17 @@ std::wstring ExplanationText(const Explanation& explanation) {
 
 std::wstring ExplanationJson(const Explanation& explanation) {
     const auto& [product, judgement] = explanation;
-    Json found = Json::array();
-    for (const Version& version : product.versions) {
-        found.push_back(ToUtf8(version.key));
-    }
-    Json missing = Json::array();
-    for (const MissingMark& mark : judgement.missing) {
-        missing.push_back({{"name", ToUtf8(mark.name)}, {"error", ToUtf8(mark.error)}});
+    Json marks = Json::array();
+    for (const JudgedMark& mark : judgement.marks) {
+        marks.push_back(ToJson(mark));
     }
     Json versions = Json::array();
     for (const JudgedVersion& version : judgement.versions) {
         versions.push_back(ToJson(version));
     }
-    const Json json = {{"name", ToUtf8(product.name)},
-                       {"catalogue", ToUtf8(CatalogueName(product.type))},
-                       {"installed", judgement.installed},
-                       {"registry", {{"found", std::move(found)}, {"missing", std::move(missing)}}},
-                       {"script", ToUtf8(judgement.script)},
-                       {"versions", std::move(versions)},
+    const Json json = {{"name", ToUtf8(product.name)},         {"catalogue", ToUtf8(CatalogueName(product.type))},
+                       {"installed", judgement.installed},     {"registry", std::move(marks)},
+                       {"script", ToUtf8(judgement.script)},   {"versions", std::move(versions)},
                        {"messages", Texts(judgement.messages)}};
     return ToText(json) + L"\n";
 }

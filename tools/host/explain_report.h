@@ -2,14 +2,14 @@
 
 #include <string>
 
-#include "judgement.h"
 #include "library.h"
+#include "preview/judgement.h"
 
 namespace tools::host {
 
 struct Explanation {
-    Product product;  // with the keys found
-    Judgement judgement;
+    Product product;
+    preview::Judgement judgement;
 };
 
 std::wstring ExplanationText(const Explanation& explanation);

@@ -19,14 +19,13 @@ namespace tools::host {
 namespace {
 
 int RunCommand(const Options& options, Output& out) {
-    if (options.command == Command::Explain) {
-        return RunExplain(options, out);
-    }
     const LogControl log(options.log);
     const Library library;
     switch (options.command) {
         case Command::List:
             return RunList(options, library, out);
+        case Command::Explain:
+            return RunExplain(options, library, out);
         case Command::Plan:
             return RunPlan(options, library, out);
         default:

@@ -5,12 +5,10 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include "api/exports.h"
-#include "catalogue/CProducts.h"
+#include "catalogues.h"
 #include "common/com_scope.h"
 #include "document.h"
 #include "foundation/module.h"
-#include "foundation/path.h"
 #include "watched_removal.h"
 
 namespace preview {
@@ -59,18 +57,11 @@ private:
     Planning& m_planning;
 };
 
-void Load(CProducts& catalogue, LONG type) {
-    std::wstring path;
-    const auto source = std::find_if(std::begin(kCatalogues), std::end(kCatalogues),
-                                     [&](const Catalogue& each) { return each.type == type; });
-    if (!CPath::GetCurrentPath(path) || !catalogue.Load(PathJoin(path, source->file), type, nullptr)) {
-        throw std::runtime_error("a catalogue cannot be read");
-    }
-}
-
 void Carry(const RemovalCall& call, Planning& planning) {
     WatchedCatalogue catalogue(call, planning);
-    Load(catalogue, call.type);
+    if (!LoadCatalogue(call.type, catalogue)) {
+        throw std::runtime_error("a catalogue cannot be read");
+    }
     bool restart = false;
     switch (call.scope) {
         case RemovalCall::Scope::Product: {
