@@ -12,7 +12,7 @@ packer=$folder/packer.exe
 library=$folder/Ж.dll
 good=$folder/good.xml
 cp "$PRODRM_DIST_DIR/prodrm-pack.exe" "$packer"
-cp "$PRODRM_DIST_DIR/log.dll" "$library"
+cp "$PRODRM_DIST_DIR/prodrm.dll" "$library"
 cp "$packer" "$folder/running.exe"
 echo '<a>text</a>' >"$good"
 echo '<a><b></a>' >"$folder/malformed.xml"
@@ -22,6 +22,23 @@ printf '<\0a\0/\0>\0' >"$folder/utf16.xml"
 echo 'no program' >"$folder/text.dll"
 cp "$library" "$folder/protected.dll"
 chmod a-w "$folder/protected.dll"
+
+# damaged NAME OFFSET BYTES: the library with other bytes at one place.
+damaged() {
+    cp "$library" "$folder/$1.dll"
+    printf '%b' "$3" | dd of="$folder/$1.dll" bs=1 seek="$2" conv=notrunc status=none
+}
+headers=$(od -An -tu4 -j60 -N4 "$library")
+resources=0x$(i686-w64-mingw32-objdump -h "$library" | awk '$2 == ".rsrc" { print $6 }')
+damaged 64-bit $((headers + 4)) '\x64\x86'
+damaged signed $((headers + 152)) '\x00\x10'
+damaged headers $((headers + 60)) '\x03'
+damaged sections $((headers + 260)) '\x01'
+damaged endless $((resources + 20)) '\x00'
+damaged outside $((resources + 72)) '\xff\xff\xff\x7f'
+head -c 100000 "$library" >"$folder/cut-off.dll"
+truncate -s 65M "$folder/huge.dll"
+cp "$PRODRM_DIST_DIR/log.dll" "$folder/bare.dll"
 {
     echo '<a>'
     seq -f '<b>%g</b>' 20000
@@ -80,6 +97,10 @@ refuses "$failure" 'latin.xml*not UTF-8' "$packer" "$folder/latin.xml" "$library
 refuses "$failure" 'utf16.xml*UTF-16' "$packer" "$folder/utf16.xml" "$library"
 refuses "$failure" 'missing.dll*(2)' "$packer" "$good" "$folder/missing.dll"
 refuses "$failure" 'text.dll*no program file' "$packer" "$good" "$folder/text.dll"
+for words in 64-bit.dll*32-bit signed.dll*signature headers.dll*headers sections.dll*sections endless.dll*resources \
+    outside.dll*resources 'cut-off.dll*cut off' 'huge.dll*64 MB' 'bare.dll*no resources'; do
+    refuses "$failure" "$words" "$packer" "$good" "$folder/${words%%.*}.dll"
+done
 refuses "$failure" 'protected.dll*(5)' "$packer" "$good" "$folder/protected.dll"
 refuses "$failure" 'running.exe*(32)' "$folder/running.exe" "$good" "$folder/running.exe"
 

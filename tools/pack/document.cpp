@@ -5,44 +5,18 @@
 #include <stdexcept>
 
 #include "common/failure.h"
+#include "common/files.h"
 #include "foundation/CConfigFileMngr.h"
 #include "foundation/dom.h"
-#include "foundation/owned.h"
 
 namespace tools::pack {
 
 namespace {
 
-constexpr LONGLONG kMaxDocumentBytes = 64 << 20;  // what a 32-bit process can hold several times over
 constexpr std::array<BYTE, 3> kByteOrderMark = {0xEF, 0xBB, 0xBF};
 
 Failure Unusable(const std::wstring& file, const std::wstring& reason) {
     return {ERROR_INSTALL_FAILURE, L"cannot use the document \"" + file + L"\": " + reason};
-}
-
-Bytes ReadBytes(const std::wstring& file) {
-    const auto failed = [&file](DWORD error) { return SystemFailure(L"cannot read the document", file, error); };
-    const OwnedFileHandle handle(::CreateFileW(file.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                               FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!handle) {
-        throw failed(::GetLastError());
-    }
-    LARGE_INTEGER size;
-    if (!::GetFileSizeEx(handle.Get(), &size)) {
-        throw failed(::GetLastError());
-    }
-    if (size.QuadPart > kMaxDocumentBytes) {
-        throw Unusable(file, L"it is larger than 64 MB");
-    }
-    Bytes bytes(static_cast<std::size_t>(size.QuadPart));
-    DWORD count = 0;
-    if (!::ReadFile(handle.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr)) {
-        throw failed(::GetLastError());
-    }
-    if (count != bytes.size()) {
-        throw failed(ERROR_HANDLE_EOF);
-    }
-    return bytes;
 }
 
 std::wstring Decode(const std::wstring& file, const Bytes& bytes) {
@@ -84,7 +58,7 @@ void CheckWellFormed(const std::wstring& file, const std::wstring& text) {
 }  // namespace
 
 Bytes ReadDocument(const std::wstring& file) {
-    Bytes bytes = ReadBytes(file);
+    Bytes bytes = ReadWholeFile(L"document", file);
     if (bytes.size() >= kByteOrderMark.size() &&
         std::equal(kByteOrderMark.begin(), kByteOrderMark.end(), bytes.begin())) {
         bytes.erase(bytes.begin(), bytes.begin() + kByteOrderMark.size());

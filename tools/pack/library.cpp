@@ -3,9 +3,11 @@
 #include <algorithm>
 
 #include "common/failure.h"
+#include "common/files.h"
 #include "foundation/CCrypt.h"
 #include "foundation/owned.h"
 #include "foundation/XmlData.h"
+#include "image.h"
 
 namespace tools::pack {
 
@@ -52,28 +54,13 @@ private:
     bool m_placed = false;
 };
 
-// Tells a missing, protected or loaded file before any work is done on its copy.
-void CheckWritable(const std::wstring& library) {
+// Tells a missing, protected, loaded or damaged file before any work is done on its copy.
+void CheckLibrary(const std::wstring& library) {
     const DWORD attributes = ::GetFileAttributesW(library.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
         throw SystemFailure(L"cannot write to the library", library, ERROR_ACCESS_DENIED);
     }
-    const OwnedFileHandle file(::CreateFileW(library.c_str(), GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ, nullptr,
-                                             OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    if (!file) {
-        throw SystemFailure(L"cannot write to the library", library);
-    }
-}
-
-void CheckProgramFile(const std::wstring& library) {
-    const OwnedModule module(::LoadLibraryExW(library.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE));
-    const DWORD error = ::GetLastError();
-    if (!module && error == ERROR_BAD_EXE_FORMAT) {  // the system's own words have a gap for the name
-        throw Failure(ERROR_INSTALL_FAILURE, L"cannot use the library \"" + library + L"\": it is no program file");
-    }
-    if (!module) {
-        throw SystemFailure(L"cannot use the library", library, error);
-    }
+    CheckImage(library, ReadWholeFile(L"library", library, GENERIC_READ | GENERIC_WRITE));
 }
 
 Bytes Encipher(const Bytes& document, const std::wstring& library) {
@@ -112,8 +99,7 @@ Bytes ReadBack(const std::wstring& file) {
 }  // namespace
 
 void EmbedDocument(const Bytes& document, const std::wstring& library) {
-    CheckWritable(library);
-    CheckProgramFile(library);
+    CheckLibrary(library);
     const Bytes enciphered = Encipher(document, library);
     const DWORD size = static_cast<DWORD>(enciphered.size());
     WorkingCopy copy(library);
