@@ -117,12 +117,16 @@ TEST_CASE(
     CHECK(run.code == ERROR_SUCCESS);
     CHECK_FALSE(FileExists(machine.F()));
     const std::vector<json> events = Events(run);
-    CHECK(events.front() == json::parse(R"({"event": "plan", "notes": [],
-        "products": [{"name": "F", "catalogue": "foreign", "installed": true}]})"));
+    CHECK(events.front().at("products") ==
+          json::parse(R"([{"name": "F", "catalogue": "foreign", "installed": true, "named": true}])"));
+    CHECK(events.front().at("summary").at("file") == 1);
+    CHECK(events.front().at("findings").empty());
     CHECK(ProductsBegun(events) == Names{"F"});
     CHECK(std::count(events.begin(), events.end(), json::parse(R"({"event": "progress", "percent": 100})")) == 1);
+    CHECK(events.at(events.size() - 2) == json::parse(R"({"event": "progress", "percent": 100})"));
     CHECK(events.back() == json::parse(R"({"event": "result", "exit_code": 0, "restart_required": false,
-        "products": [{"name": "F", "catalogue": "foreign", "state": "removed"}],
+        "products": [{"name": "F", "catalogue": "foreign", "installed": true, "named": true, "state": "removed"}],
+        "items": {"removed": 1, "waits": 0, "absent": 0, "left": 0, "ran": 0}, "left": [],
         "operations": {"del_file": {"succeeded": 1, "failed": 0}}, "pending_deletions": []})"));
 }
 
@@ -163,7 +167,7 @@ TEST_CASE("a restart is reported if this run asked for one, with its own pending
         machine.EmbedRemovalOfF();
         const ToolRun run = machine.tool.Run(L"remove F --yes");
         CHECK(run.code == ERROR_SUCCESS);
-        CHECK(run.out.find("restart") == std::string::npos);
+        CHECK(run.out.find("A restart") == std::string::npos);
     }
 }
 
@@ -202,8 +206,8 @@ TEST_CASE(
         CHECK(run.code == ERROR_SUCCESS);
         const std::vector<json> events = Events(run);
         CHECK(ProductsBegun(events) == Names{"A", "B", "C"});
-        const std::string note = events.front().at("notes").at(0);
-        CHECK(note.ends_with("\"B\", \"C\""));
+        CHECK(events.front().at("products").at(2).at("name") == "C");
+        CHECK(events.front().at("products").at(2).at("named") == false);
     }
     SUBCASE("not while another one stays") {
         machine.Install(L"C");
@@ -211,10 +215,9 @@ TEST_CASE(
         const ToolRun run = machine.tool.Run(L"remove A --yes --json");
         CHECK(run.code == ERROR_SUCCESS);
         CHECK(ProductsBegun(Events(run)) == Names{"A"});
-        CHECK(Events(run).front().at("notes").empty());
     }
     SUBCASE("a forced one goes alone, installed or not") {
-        machine.EmbedRemovalOfFamily();
+        machine.Embed("<s op_code=\"del_regkey\"><e name=\"" + machine.Key(L"B") + "\"/></s>");
         const std::vector<json> events = Events(machine.tool.Run(L"remove B --force --yes --json"));
         CHECK(ProductsBegun(events) == Names{"B"});
         CHECK(events.front().at("products").at(0).at("installed") == false);
@@ -234,4 +237,131 @@ TEST_CASE("a failed kind of operations is counted, and the progress shown stops 
     for (const json& event : events) {
         CHECK(event.value("percent", 0) <= 100);
     }
+}
+
+TEST_CASE("a finding that stops ends it before anything is removed, unless its kind is accepted") {
+    Machine machine;
+    machine.Install(L"A");
+    machine.Install(L"B");
+    const std::wstring file = machine.InstallF();
+    machine.registry.SetString(L"Path", L"drive", L"C:\\", kNative);
+    machine.registry.SetString(L"Path", L"programs", L"C:\\Program Files", kNative);
+    const auto appPath = [&](const char* value) {
+        return "<app_path key=\"" + Narrow(machine.registry.Path(L"Path")) + "\" name=\"" + value + "\"/>";
+    };
+    const std::string folder = "<s op_code=\"del_folder\"><e path=\"app_path\"/></s>";
+    const std::string none = "<install_folder name=\"none\"/>";
+    const auto withF = "<s op_code=\"del_file\">" + Machine::Element(file) + "</s>";
+    struct Row {
+        const char* code;
+        std::string place;
+        std::string sections;
+    };
+    for (const Row& row : {
+             Row{"protected-root", appPath("drive"), folder},
+             Row{"protected-root", appPath("programs"), folder},
+             Row{"protected-root", "<install_folder name=\"\"/>", folder},
+             Row{"protected-root", none, "<s op_code=\"del_folder\"><e path=\"program_files\"/></s>"},
+             Row{"relative-path", none, "<s op_code=\"del_folder\"><e paths=\"program_files\" name=\"F\"/></s>"},
+             Row{"other-product", none,
+                 "<s op_code=\"del_regkey\">" + Machine::Element(machine.registry.Path(L"A")) + "</s>"},
+         }) {
+        CAPTURE(row.sections);
+        machine.tool.Embed("<uninstall_information><version_list><v/></version_list><v>" + row.place + "<win_nt>" +
+                           row.sections + withF + "</win_nt></v></uninstall_information>");
+        const ToolRun run = machine.tool.Run(L"remove F --yes");
+        CHECK(run.code == ERROR_INSTALL_PACKAGE_REJECTED);
+        CHECK(run.err.find(row.code) != std::string::npos);
+        CHECK(FileExists(file));
+    }
+    CHECK(machine.tool.Run(L"remove F --yes --accept foreign").code == ERROR_INVALID_COMMAND_LINE);
+    CHECK(machine.tool.Run(L"remove F --yes --accept relative-path").code == ERROR_INSTALL_PACKAGE_REJECTED);
+    CHECK(machine.tool.Run(L"remove F --yes --accept relative-path --accept other-product").code == ERROR_SUCCESS);
+    CHECK_FALSE(FileExists(file));
+}
+
+TEST_CASE("what is left and waits for nothing fails the removal, with the library's reason") {
+    Machine machine;
+    const std::wstring other = machine.files.WriteFile(L"other.bin");
+    machine.InstallF();
+    machine.Embed("<s op_code=\"del_file\">" + Machine::Element(machine.F()) + "</s><s op_code=\"del_folder\">" +
+                  Machine::Element(other) + "</s>");
+    const ToolRun run = machine.tool.Run(L"remove F --yes --json");
+    CHECK(run.code == ERROR_INSTALL_FAILURE);
+    const json left = Events(run).back().at("left");
+    REQUIRE(left.size() == 1);
+    CHECK(left.at(0).at("path") == Narrow(other));
+    CHECK(left.at(0).at("reason") == "\"" + Narrow(other) + "\" path isn't a directory");
+    CHECK(Events(run).back().at("products").at(0).at("state") == "present");
+}
+
+TEST_CASE("a receipt tells later looks what to look for") {
+    const NoPendingDeletions none;
+    Machine machine;
+    const std::wstring file = machine.InstallF();
+    const std::wstring receipt = machine.tool.Path(L"receipt.json");
+    machine.EmbedRemovalOfF();
+    CHECK(machine.tool.Run(L"remove F --yes --receipt \"" + machine.tool.Path(L"none\\r.json") + L"\"").code ==
+          ERROR_INSTALL_FAILURE);
+    CHECK(machine.tool.Run(L"remove F --yes --report \"" + machine.tool.Path(L"none\\r.html") + L"\"").code ==
+          ERROR_INSTALL_FAILURE);
+    CHECK(machine.tool.Run(L"remove F --yes --receipt \"" + file + L"\"").code == ERROR_INSTALL_FAILURE);
+    CHECK(FileExists(file));
+    {
+        const OwnedFileHandle held = HoldFile(file, FILE_SHARE_READ);
+        const std::wstring remove = L"remove F --force --yes --receipt \"" + receipt + L"\"";
+        CHECK(machine.tool.Run(remove).code == ERROR_SUCCESS_REBOOT_REQUIRED);
+        // A second removal before the restart hands nothing in twice.
+        const ToolRun again = machine.tool.Run(remove + L" --json");
+        CHECK(again.code == ERROR_SUCCESS_REBOOT_REQUIRED);
+        CHECK(Events(again).back().at("items").at("waits") == 1);
+        CHECK(Events(again).back().at("pending_deletions").empty());
+    }
+    const json kept = json::parse(ReadBytes(receipt));
+    CHECK(kept.at("exit_code") == ERROR_SUCCESS_REBOOT_REQUIRED);
+    CHECK(kept.at("document").at("sha256").get<std::string>().size() == 64);
+    const std::wstring verify = L"verify \"" + receipt + L"\"";
+    CHECK(machine.tool.Run(verify).code == ERROR_SUCCESS_REBOOT_REQUIRED);
+    REQUIRE(::DeleteFileW(file.c_str()));
+    CHECK(machine.tool.Run(verify).code == ERROR_SUCCESS);
+    {
+        const NoPendingDeletions forgotten;
+        machine.InstallF();
+        CHECK(machine.tool.Run(verify).code == ERROR_INSTALL_FAILURE);
+    }
+    machine.tool.Write(L"other.json", "{\"format\":1}");
+    CHECK(machine.tool.Run(L"verify \"" + machine.tool.Path(L"other.json") + L"\"").code == ERROR_INSTALL_FAILURE);
+}
+
+TEST_CASE("another document takes the place of the embedded one for a run, in a folder that does not stay") {
+    Machine machine;
+    const std::wstring file = machine.InstallF();
+    const auto privateFolders = [] {
+        wchar_t pattern[MAX_PATH] = {};
+        ::GetTempPathW(MAX_PATH, pattern);
+        WIN32_FIND_DATAW entry;
+        return static_cast<bool>(
+            OwnedFindHandle(::FindFirstFileW((std::wstring(pattern) + L"prodrm-{*}").c_str(), &entry)));
+    };
+    wchar_t forsaken[MAX_PATH] = {};
+    ::GetTempPathW(MAX_PATH, forsaken);
+    const std::wstring folder = std::wstring(forsaken) + L"prodrm-{00000000-0000-0000-0000-000000000000}";
+    REQUIRE(::CreateDirectoryW(folder.c_str(), nullptr));
+    CHECK(privateFolders());
+    const std::wstring bad =
+        machine.tool.Write(L"bad.xml", "<uninstall_information>\n<open>\n</uninstall_information>");
+    const ToolRun refused = machine.tool.Run(L"remove F --yes --document \"" + bad + L"\"");
+    CHECK(refused.code == ERROR_INSTALL_FAILURE);
+    CHECK(refused.err.find("not well-formed") != std::string::npos);
+    CHECK(FileExists(file));
+    const std::wstring good = machine.tool.Write(
+        L"good.xml",
+        "<uninstall_information><version_list><v/></version_list><v><install_folder name=\"none\"/><win_nt>"
+        "<s op_code=\"del_file\">" +
+            Machine::Element(file) + "</s></win_nt></v></uninstall_information>");
+    const ToolRun plan = machine.tool.Run(L"plan F --json --document \"" + good + L"\"");
+    CHECK(json::parse(plan.out).at("summary").at("file") == 1);
+    CHECK(machine.tool.Run(L"remove F --yes --document \"" + good + L"\"").code == ERROR_SUCCESS);
+    CHECK_FALSE(FileExists(file));
+    CHECK_FALSE(privateFolders());
 }

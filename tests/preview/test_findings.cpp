@@ -34,6 +34,7 @@ struct Planned {
 
     NodeId Set(NodeId node, ItemKind kind, ItemState state = ItemState::Present) {
         plan.items[node].kind = kind;
+        plan.items[node].record = 0;
         plan.items[node].state = state;
         return node;
     }

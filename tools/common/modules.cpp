@@ -61,10 +61,13 @@ std::wstring Beside(const std::wstring& file) {
     return OwnFolder() + L"\\" + file;
 }
 
-OwnedModule LoadBeside(const std::wstring& file) {
-    const std::wstring path = Beside(file);
+OwnedModule LoadFrom(const std::wstring& path) {
     const NarrowSearch search;
     return OwnedModule(::LoadLibraryW(path.c_str()));
+}
+
+OwnedModule LoadBeside(const std::wstring& file) {
+    return LoadFrom(Beside(file));
 }
 
 }  // namespace tools

@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include <map>
+#include <set>
 #include <sstream>
 #include <utility>
 
@@ -33,6 +34,9 @@ const std::map<std::string, DWORD> kLevelNames = {
     {"notice", LOG_LEVEL_NOTICE},
 };
 
+// Codes of the findings that stop a removal.
+const std::set<std::string> kStopCodes = {"protected-root", "through-link", "relative-path", "other-product", "shared"};
+
 // What the parser fills: names and files as the parser got them, which are tokens.
 struct Raw {
     explicit Raw(const LiteralArguments& arguments) : literal(arguments) {}
@@ -41,6 +45,10 @@ struct Raw {
     std::vector<std::string> names;
     bool allInstalled = false;
     bool forceAll = false;
+    std::vector<std::string> accepted;
+    std::string document;
+    std::string receipt;
+    std::string report;
     std::string logFile;
     std::string logLevel = "notice";
     const LiteralArguments& literal;
@@ -106,11 +114,18 @@ void AddTargets(CLI::App& command, Raw& raw) {
         ->excludes(names, "--all-installed");
 }
 
+// What a removal goes by, and the page that shows its plan.
+void AddPlanning(CLI::App& command, Raw& raw) {
+    command.add_option("--document", raw.document, "Remove by this document instead of the one in the library");
+    command.add_option("--report", raw.report, "Write a page for people (HTML) to this file");
+}
+
 void AddPlan(CLI::App& app, Raw& raw) {
     CLI::App* const plan = app.add_subcommand("plan", "Show what a removal would take, and change nothing");
     AddTargets(*plan, raw);
     CLI::Option* const json = plan->add_flag("--json", raw.options.json, "Write JSON");
     plan->add_flag("--all", raw.options.all, "Cut no list short")->excludes(json);
+    AddPlanning(*plan, raw);
     plan->callback([&raw] { raw.options.command = Command::Plan; });
 }
 
@@ -122,14 +137,31 @@ void AddRemove(CLI::App& app, Raw& raw) {
     CLI::Option* const quiet = remove->add_flag("--quiet", options.quiet, "Write nothing but failures");
     quiet->needs(yes);
     remove->add_flag("--json", options.json, "Write JSON Lines")->needs(yes)->excludes(quiet);
+    remove->add_option("--accept", raw.accepted, "Go on in spite of findings of this code; may be given several times")
+        ->expected(1)
+        ->take_all();
+    AddPlanning(*remove, raw);
+    remove->add_option("--receipt", raw.receipt, "Write what was planned and what became of it to this file (JSON)");
     AddLog(*remove, raw);
     remove->callback([&raw] { raw.options.command = Command::Remove; });
+}
+
+void AddVerify(CLI::App& app, Raw& raw) {
+    CLI::App* const verify = app.add_subcommand("verify", "Look again at what a removal took, after its restart");
+    verify->add_option("RECEIPT", raw.receipt, "What remove --receipt has written")->required();
+    verify->add_flag("--json", raw.options.json, "Write JSON");
+    verify->callback([&raw] { raw.options.command = Command::Verify; });
 }
 
 // What the parser cannot tell by itself.
 void Check(const Raw& raw) {
     if (raw.options.command != Command::Plan && raw.options.command != Command::Remove) {
         return;
+    }
+    for (const std::string& token : raw.accepted) {
+        if (!kStopCodes.contains(ToUtf8(raw.literal.Restored(token)))) {
+            throw CLI::ValidationError("--accept", "knows no finding of this code that stops: " + token);
+        }
     }
     const bool whole = raw.allInstalled || raw.forceAll;
     if (raw.names.empty() && !whole) {
@@ -150,6 +182,12 @@ Options Finish(const Raw& raw, const std::vector<std::wstring>& arguments) {
     if (raw.allInstalled || raw.forceAll) {
         options.scope = raw.forceAll ? RemovalScope::ForceAll : RemovalScope::AllInstalled;
     }
+    for (const std::string& token : raw.accepted) {
+        options.accepted.push_back(ToUtf8(raw.literal.Restored(token)));
+    }
+    options.document = raw.literal.Restored(raw.document);
+    options.receipt = raw.literal.Restored(raw.receipt);
+    options.report = raw.literal.Restored(raw.report);
     options.log.file = raw.literal.Restored(raw.logFile);
     options.log.level = kLevelNames.at(raw.logLevel);
     options.log.heading = L"prodrm.exe";
@@ -173,6 +211,7 @@ std::variant<Options, std::wstring> ParseCommandLine(const std::vector<std::wstr
     AddExplain(app, raw);
     AddPlan(app, raw);
     AddRemove(app, raw);
+    AddVerify(app, raw);
 
     try {
         app.parse(std::vector<std::string>(literal.ForParser().rbegin(), literal.ForParser().rend()));

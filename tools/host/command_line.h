@@ -10,7 +10,7 @@
 
 namespace tools::host {
 
-enum class Command { List, Explain, Plan, Remove };
+enum class Command { List, Explain, Plan, Remove, Verify };
 
 enum class RemovalScope { Names, AllInstalled, ForceAll };
 
@@ -26,7 +26,11 @@ struct Options {
     bool force = false;
     bool yes = false;
     bool quiet = false;
-    bool all = false;  // no list is cut short
+    bool all = false;                   // no list is cut short
+    std::vector<std::string> accepted;  // codes of findings that do not stop a removal
+    std::wstring document;              // file in place of the embedded document; empty: none
+    std::wstring receipt;               // file to write or, for verify, to read; empty: none
+    std::wstring report;                // file to write; empty: none
     LogSettings log;
 };
 

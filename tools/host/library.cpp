@@ -96,10 +96,10 @@ std::wstring Quoted(const std::wstring& name) {
     return L"\"" + name + L"\"";
 }
 
-Library::Library() : m_module(LoadBeside(kLibraryName)) {
+Library::Library(const std::wstring& folder) : m_folder(folder), m_module(LoadFrom(folder + L"\\" + kLibraryName)) {
     if (!m_module) {
-        throw Failure(ERROR_INSTALL_FAILURE,
-                      Beside(kLibraryName) + L" cannot be loaded (error " + std::to_wstring(::GetLastError()) + L")");
+        throw Failure(ERROR_INSTALL_FAILURE, folder + L"\\" + kLibraryName + L" cannot be loaded (error " +
+                                                 std::to_wstring(::GetLastError()) + L")");
     }
 }
 

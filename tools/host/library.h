@@ -43,10 +43,11 @@ struct RemovalExports {
     decltype(&::GetProgressPercent) getProgressPercent;
 };
 
-// The product-removal library beside this program. Every failure is thrown as a Failure.
+// The product-removal library. Every failure is thrown as a Failure.
 class Library {
 public:
-    Library();
+    // `folder`: where the library lies.
+    explicit Library(const std::wstring& folder);
 
     // `flags` are those of the exports. The catalogues are asked one by one, so that a failure can name the one
     // that cannot be read.
@@ -57,6 +58,7 @@ public:
 
     RemovalExports Removal() const;
     HMODULE Module() const { return m_module.Get(); }
+    const std::wstring& Folder() const { return m_folder; }
 
 private:
     template <typename Function>
@@ -65,6 +67,7 @@ private:
     }
     FARPROC Find(const char* name) const;
 
+    std::wstring m_folder;
     OwnedModule m_module;
 };
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "command_line.h"
+#include "common/modules.h"
 #include "common/output.h"
 #include "common/program.h"
 #include "explain.h"
@@ -13,23 +14,30 @@
 #include "log_control.h"
 #include "plan.h"
 #include "remove.h"
+#include "verify.h"
 
 namespace tools::host {
 
 namespace {
 
 int RunCommand(const Options& options, Output& out) {
+    switch (options.command) {
+        case Command::Plan:
+            return RunPlan(options, out);
+        case Command::Remove:
+            return RunRemove(options, out);
+        default:
+            break;
+    }
     const LogControl log(options.log);
-    const Library library;
+    const Library library(OwnFolder());
     switch (options.command) {
         case Command::List:
             return RunList(options, library, out);
         case Command::Explain:
             return RunExplain(options, library, out);
-        case Command::Plan:
-            return RunPlan(options, library, out);
         default:
-            return RunRemove(options, library, out);
+            return RunVerify(options, library, out);
     }
 }
 

@@ -36,22 +36,58 @@ std::wstring ReadOperations() {
     return text;
 }
 
+// What is moved, and where to; nowhere is a deletion.
+struct Operation {
+    std::wstring from;
+    std::wstring to;
+
+    std::wstring Path() const {
+        return from.starts_with(kDevicePrefix) ? from.substr(std::size(kDevicePrefix) - 1) : from;
+    }
+    bool operator==(const Operation&) const = default;
+};
+
+std::vector<Operation> Split(const std::wstring& text) {
+    std::vector<Operation> operations;
+    for (std::size_t at = 0; at < text.size() && text[at] != L'\0';) {
+        Operation& operation = operations.emplace_back();
+        operation.from = text.c_str() + at;
+        at = std::min(at + operation.from.size() + 1, text.size());
+        operation.to = text.c_str() + at;
+        at += operation.to.size() + 1;
+    }
+    return operations;
+}
+
 }  // namespace
 
 std::vector<std::wstring> PendingDeletions() {
-    const std::wstring operations = ReadOperations();
     std::vector<std::wstring> paths;
-    // Pairs of texts: what is moved, and where to; nowhere is a deletion.
-    for (std::size_t at = 0; at < operations.size() && operations[at] != L'\0';) {
-        std::wstring from = operations.c_str() + at;
-        at = std::min(at + from.size() + 1, operations.size());
-        const std::wstring to = operations.c_str() + at;
-        at += to.size() + 1;
-        if (to.empty()) {
-            paths.push_back(from.starts_with(kDevicePrefix) ? from.substr(std::size(kDevicePrefix) - 1) : from);
+    for (const Operation& operation : Split(ReadOperations())) {
+        if (operation.to.empty()) {
+            paths.push_back(operation.Path());
         }
     }
     return paths;
+}
+
+void DropRepeatedDeletions() {
+    const std::vector<Operation> operations = Split(ReadOperations());
+    std::wstring text;
+    for (auto operation = operations.begin(); operation != operations.end(); ++operation) {
+        // The last one stays: a folder goes after what was handed in to go from it.
+        const bool isRepeated =
+            operation->to.empty() && std::find(operation + 1, operations.end(), *operation) != operations.end();
+        if (!isRepeated) {
+            text.append(operation->from).append(1, L'\0').append(operation->to).append(1, L'\0');
+        }
+    }
+    text += L'\0';
+    OwnedRegKey key;
+    if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kKey, 0, FullAccess(false), key.Put()) == ERROR_SUCCESS) {
+        ::RegSetValueExW(key.Get(), kValue, 0, REG_MULTI_SZ, reinterpret_cast<const BYTE*>(text.data()),
+                         static_cast<DWORD>(text.size() * sizeof(wchar_t)));
+    }
 }
 
 std::vector<std::wstring> NewPaths(const std::vector<std::wstring>& before, const std::vector<std::wstring>& after) {

@@ -6,10 +6,13 @@
 
 #include "common/com_scope.h"
 #include "common/modules.h"
+#include "document.h"
+#include "log_control.h"
 #include "plan_json.h"
 #include "plan_summary.h"
 #include "plan_text.h"
 #include "preview/findings.h"
+#include "records.h"
 
 namespace tools::host {
 
@@ -29,14 +32,18 @@ preview::Plan MakePreview(const RemovalPlan& removal, const Library& library) {
     std::vector<preview::RemovalCall> calls;
     std::transform(removal.steps.begin(), removal.steps.end(), std::back_inserter(calls), CallOf);
     preview::Plan plan = preview::MakePlan(calls, library.Module());
-    preview::AddFindings(plan, OwnFolder());
+    preview::AddFindings(plan, library.Folder());
     return plan;
 }
 
-int RunPlan(const Options& options, const Library& library, Output& out) {
+int RunPlan(const Options& options, Output& out) {
+    const LogControl log(options.log);
     const ComScope com;
-    const preview::Plan plan = MakePreview(MakePlan(options, library), library);
+    Records records(options);
+    const PlannedLibrary library(options);
+    const preview::Plan plan = MakePreview(MakePlan(options, library.Get()), library.Get());
     const PlanSummary summary = Summarize(plan);
+    records.Write(plan, summary, nullptr);
     if (options.json) {
         WritePlanJson(plan, summary, out);
     } else {

@@ -12,6 +12,6 @@ namespace tools::host {
 preview::Plan MakePreview(const RemovalPlan& removal, const Library& library);
 
 // The command "plan". Gives the exit code.
-int RunPlan(const Options& options, const Library& library, Output& out);
+int RunPlan(const Options& options, Output& out);
 
 }  // namespace tools::host

@@ -49,6 +49,13 @@ public:
     Writer(const preview::Plan& plan, const PlanSummary& summary, bool all, Output& out)
         : m_plan(plan), m_summary(summary), m_all(all), m_out(out) {}
 
+    void WriteHead() {
+        WriteProducts();
+        WriteSummary();
+        WriteFindings();
+        WriteRecords();
+    }
+
     void WriteAll() {
         WriteProducts();
         WriteSummary();
@@ -228,6 +235,10 @@ private:
 };
 
 }  // namespace
+
+void WritePlanHead(const preview::Plan& plan, const PlanSummary& summary, Output& out) {
+    Writer(plan, summary, false, out).WriteHead();
+}
 
 void WritePlanText(const preview::Plan& plan, const PlanSummary& summary, bool all, Output& out) {
     Writer(plan, summary, all, out).WriteAll();

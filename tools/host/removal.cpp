@@ -34,6 +34,20 @@ bool RunStep(const RemovalStep& step, const RemovalExports& exports, bool& resta
     return exports.uninstallProduct(&entry, &restartRequired, &RemovalWatch::Notify);
 }
 
+TargetState StateOf(const preview::Plan& plan, std::size_t product, const std::vector<Product>& installed,
+                    const RemovalResult& result) {
+    const bool found = std::any_of(installed.begin(), installed.end(), [&](const Product& each) {
+        return each.type == plan.products[product].type && each.name == plan.products[product].name;
+    });
+    if (result.evidence->Count(product, Outcome::Left) != 0) {
+        return TargetState::Present;
+    }
+    if (result.evidence->Count(product, Outcome::Waits) != 0 || (found && !result.pending.empty())) {
+        return TargetState::AfterRestart;
+    }
+    return found ? TargetState::Present : TargetState::Removed;
+}
+
 void RunSteps(const RemovalPlan& plan, const RemovalExports& exports, RemovalView& view, RemovalResult& result) {
     const BreakRefusal refusal;
     const RemovalWatch watch(view, exports.getProgressPercent);
@@ -50,31 +64,35 @@ void RunSteps(const RemovalPlan& plan, const RemovalExports& exports, RemovalVie
 }  // namespace
 
 int RemovalResult::ExitCode() const {
-    if (libraryFailed || std::count(states.begin(), states.end(), TargetState::Present) != 0) {
+    const auto count = [this](Outcome outcome) { return evidence ? evidence->Count(outcome) : 0; };
+    if (libraryFailed || count(Outcome::Left) != 0 ||
+        std::count(states.begin(), states.end(), TargetState::Present) != 0) {
         return ERROR_INSTALL_FAILURE;
     }
-    return restartRequired ? ERROR_SUCCESS_REBOOT_REQUIRED : ERROR_SUCCESS;
+    return restartRequired || count(Outcome::Waits) != 0 ? ERROR_SUCCESS_REBOOT_REQUIRED : ERROR_SUCCESS;
 }
 
-RemovalResult CarryOut(const RemovalPlan& plan, const Library& library, const RemovalExports& exports,
-                       RemovalView& view) {
+RemovalResult CarryOut(const RemovalPlan& removal, const preview::Plan& plan, const Library& library,
+                       const RemovalExports& exports, const RemovalLog& log, RemovalView& view) {
     RemovalResult result;
     const std::vector<std::wstring> before = PendingDeletions();
-    RunSteps(plan, exports, view, result);
-    if (result.restartRequired) {
-        result.pending = NewPaths(before, PendingDeletions());
+    RunSteps(removal, exports, view, result);
+    std::vector<std::wstring> after = PendingDeletions();
+    if (after.size() != before.size()) {
+        DropRepeatedDeletions();
+        after = PendingDeletions();
     }
+    if (result.restartRequired) {
+        result.pending = NewPaths(before, after);
+    }
+    result.evidence.emplace(plan, after, log.Read());
     ULONG flags = 0;
-    for (const RemovalStep& step : plan.steps) {
+    for (const RemovalStep& step : removal.steps) {
         flags |= step.type == UNINSTALL_TYPE_FAMILY ? PRODRM_FAMILY : PRODRM_FOREIGN;
     }
     const std::vector<Product> installed = library.InstalledProducts(flags);
-    for (const RemovalTarget& target : plan.targets) {
-        const bool found = std::any_of(installed.begin(), installed.end(), [&](const Product& product) {
-            return product.type == target.product.type && product.name == target.product.name;
-        });
-        const TargetState state = result.pending.empty() ? TargetState::Present : TargetState::AfterRestart;
-        result.states.push_back(found ? state : TargetState::Removed);
+    for (std::size_t product = 0; product < plan.products.size(); ++product) {
+        result.states.push_back(StateOf(plan, product, installed, result));
     }
     return result;
 }

@@ -35,6 +35,9 @@ RemovalWatch::~RemovalWatch() {
     if (m_thread) {
         ::WaitForSingleObject(m_thread.Get(), INFINITE);
     }
+    if (m_isOpen) {
+        m_view.Progress(100);
+    }
     m_view.Ends();
     s_current = nullptr;
     ::DeleteCriticalSection(&m_lock);
@@ -55,6 +58,10 @@ void RemovalWatch::Hear(LONG event, LONG result, LONG_PTR value) {
     if (event == OPERATION_PRODUCT_BEGINS) {
         const std::wstring name = reinterpret_cast<const wchar_t*>(value);
         const Locked locked(m_lock);
+        if (m_isOpen) {
+            m_view.Progress(100);
+        }
+        m_isOpen = true;
         m_view.ProductBegins(name);
         return;
     }
@@ -70,10 +77,11 @@ void RemovalWatch::Hear(LONG event, LONG result, LONG_PTR value) {
     }
 }
 
-// The value passes 100 with services to stop or registry keys to search.
+// The value reaches and passes 100 before the end with services to stop or registry keys to search: 100 is what a
+// product ends with.
 void RemovalWatch::ShowProgress() noexcept {
     const Locked locked(m_lock);
-    m_view.Progress(std::clamp(m_progress(), 0L, 100L));
+    m_view.Progress(std::clamp(m_progress(), 0L, 99L));
 }
 
 DWORD WINAPI RemovalWatch::ThreadMain(void* watch) noexcept {

@@ -43,7 +43,8 @@ private:
     RemovalView& m_view;
     decltype(&::GetProgressPercent) m_progress;
     RemovalCounts m_counts = {};
-    CRITICAL_SECTION m_lock = {};  // over m_view
+    bool m_isOpen = false;         // a product has begun
+    CRITICAL_SECTION m_lock = {};  // over m_view and m_isOpen
     OwnedHandle m_stop;
     OwnedHandle m_thread;
 };

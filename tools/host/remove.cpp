@@ -2,125 +2,138 @@
 
 #include <windows.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cwctype>
 #include <iterator>
 #include <memory>
+#include <set>
 #include <utility>
 
+#include "common/com_scope.h"
+#include "common/failure.h"
 #include "common/json.h"
 #include "common/table.h"
 #include "common/text.h"
+#include "document.h"
+#include "log_control.h"
+#include "plan.h"
+#include "plan_json.h"
+#include "plan_text.h"
+#include "preview/findings_places.h"
+#include "receipt.h"
+#include "records.h"
 #include "removal.h"
 #include "removal_guard.h"
-#include "remove_plan.h"
 
 namespace tools::host {
 
 namespace {
 
-struct StateName {
-    TargetState state;
-    const char* json;
-    const wchar_t* text;
-};
+constexpr std::size_t kShownItems = 20;  // of those that are left or wait
 
-constexpr StateName kStateNames[] = {
-    {TargetState::Removed, "removed", L"removed"},
-    {TargetState::AfterRestart, "after_restart", L"goes with the restart"},
-    {TargetState::Present, "present", L"still installed"},
-};
-
-const StateName& NameOf(TargetState state) {
-    return kStateNames[static_cast<std::size_t>(state)];
+Json PlanJson(const preview::Plan& plan, const PlanSummary& summary) {
+    Json findings = Json::array();
+    for (const preview::Finding& finding : plan.findings) {
+        findings.push_back(ToJson(plan, finding));
+    }
+    Json notCarriedOut = Json::array();
+    for (const preview::Record& record : plan.records) {
+        if (record.state == preview::RecordState::NotCarried) {
+            notCarriedOut.push_back(ToJson(plan, record));
+        }
+    }
+    return {{"event", "plan"},
+            {"products", ProductsJson(plan, nullptr)},
+            {"summary", ToJson(summary)},
+            {"findings", std::move(findings)},
+            {"not_carried_out", std::move(notCarriedOut)}};
 }
 
-std::wstring PlanText(const RemovalPlan& plan) {
-    if (plan.targets.empty()) {
-        return L"Nothing is installed, nothing to remove.\n";
+std::wstring ItemText(const preview::Plan& plan, preview::NodeId node) {
+    std::wstring text = NameOf(plan.items[node].kind).one + (L" " + plan.items.Path(node));
+    if (plan.items[node].kind == preview::ItemKind::Value) {
+        const std::wstring name = plan.items.ValueName(node);
+        text += L" : " + (name.empty() ? L"(default)" : name);
     }
-    Table table({L"To remove", L"Catalogue", L"Installed"});
-    for (const RemovalTarget& target : plan.targets) {
-        table.Add({target.product.name, CatalogueName(target.product.type), target.installed ? L"yes" : L"no"});
+    return text + preview::ViewText(plan.items[node].view);
+}
+
+std::vector<preview::NodeId> ItemsThatCameTo(const preview::Plan& plan, const Evidence& evidence, Outcome outcome) {
+    std::vector<preview::NodeId> nodes;
+    for (preview::NodeId node = 0; node < plan.items.Size(); ++node) {
+        if (plan.items[node].IsItem() && evidence.Of(node) == outcome) {
+            nodes.push_back(node);
+        }
     }
-    std::wstring text = table.Text();
-    for (const std::wstring& note : plan.notes) {
-        text += Printable(note) + L"\n";
+    return nodes;
+}
+
+std::wstring CountsText(const Evidence& evidence) {
+    Table table({L"Items", L"Number"});
+    for (std::size_t outcome = 0; outcome < kOutcomes; ++outcome) {
+        const std::size_t count = evidence.Count(static_cast<Outcome>(outcome));
+        if (count != 0) {
+            table.Add({kOutcomeTexts[outcome], std::to_wstring(count)});
+        }
+    }
+    return table.Text();
+}
+
+std::wstring ItemsText(const preview::Plan& plan, const Evidence& evidence, Outcome outcome, const wchar_t* what) {
+    std::wstring text;
+    const std::vector<preview::NodeId> nodes = ItemsThatCameTo(plan, evidence, outcome);
+    for (std::size_t index = 0; index < std::min(nodes.size(), kShownItems); ++index) {
+        const std::wstring reason = evidence.Reason(nodes[index]);
+        text += what + Printable(ItemText(plan, nodes[index]) + (reason.empty() ? L"" : L": " + reason)) + L"\n";
+    }
+    if (nodes.size() > kShownItems) {
+        text += L"  ... and " + std::to_wstring(nodes.size() - kShownItems) + L" more\n";
     }
     return text;
 }
 
-Json PlanJson(const RemovalPlan& plan) {
-    Json products = Json::array();
-    for (const RemovalTarget& target : plan.targets) {
-        products.push_back({{"name", ToUtf8(target.product.name)},
-                            {"catalogue", ToUtf8(CatalogueName(target.product.type))},
-                            {"installed", target.installed}});
+std::wstring ResultText(const preview::Plan& plan, const RemovalResult& result) {
+    Table products({L"Product", L"Result"});
+    for (std::size_t index = 0; index < plan.products.size(); ++index) {
+        products.Add({plan.products[index].name, NameOf(result.states[index]).text});
     }
-    Json notes = Json::array();
-    for (const std::wstring& note : plan.notes) {
-        notes.push_back(ToUtf8(note));
-    }
-    return {{"event", "plan"}, {"products", std::move(products)}, {"notes", std::move(notes)}};
-}
-
-std::wstring OperationsText(const RemovalCounts& counts) {
-    Table table({L"Operations", L"Done", L"Failed"});
-    bool any = false;
-    for (std::size_t row = 0; row < counts.size(); ++row) {
-        if (counts[row].succeeded + counts[row].failed != 0) {
-            any = true;
-            table.Add({kOperationNames[row].text, std::to_wstring(counts[row].succeeded),
-                       std::to_wstring(counts[row].failed)});
-        }
-    }
-    return any ? table.Text() : L"There was nothing to carry out.\n";
-}
-
-std::wstring ResultText(const RemovalPlan& plan, const RemovalResult& result) {
-    if (plan.targets.empty()) {
-        return {};
-    }
-    Table targets({L"Product", L"Result"});
-    for (std::size_t target = 0; target < plan.targets.size(); ++target) {
-        targets.Add({plan.targets[target].product.name, NameOf(result.states[target]).text});
-    }
-    std::wstring text = L"\n" + OperationsText(result.counts) + L"\n" + targets.Text();
+    std::wstring text = L"\n" + CountsText(*result.evidence);
+    text += ItemsText(plan, *result.evidence, Outcome::Left, L"  left: ");
+    text += L"\n" + products.Text();
     if (result.libraryFailed) {
         text += L"A removal could not be carried out in full; --log tells more.\n";
     }
     if (result.restartRequired) {
         text += L"A restart is required to finish.\n";
     }
-    for (const std::wstring& path : result.pending) {
-        text += L"  waits for it: " + Printable(path) + L"\n";
-    }
-    return text;
+    return text + ItemsText(plan, *result.evidence, Outcome::Waits, L"  waits for it: ");
 }
 
-Json ResultJson(const RemovalPlan& plan, const RemovalResult& result) {
-    Json products = Json::array();
-    for (std::size_t target = 0; target < plan.targets.size(); ++target) {
-        const Product& product = plan.targets[target].product;
-        products.push_back({{"name", ToUtf8(product.name)},
-                            {"catalogue", ToUtf8(CatalogueName(product.type))},
-                            {"state", NameOf(result.states[target]).json}});
-    }
+Json OperationsJson(const RemovalCounts& counts) {
     Json operations = Json::object();
-    for (std::size_t row = 0; row < result.counts.size(); ++row) {
-        const OperationCounts& counts = result.counts[row];
-        if (counts.succeeded + counts.failed != 0) {
-            operations[ToUtf8(kOperationNames[row].element)] = {{"succeeded", counts.succeeded},
-                                                                {"failed", counts.failed}};
+    for (std::size_t row = 0; row < counts.size(); ++row) {
+        if (counts[row].succeeded + counts[row].failed != 0) {
+            operations[ToUtf8(kOperationNames[row].element)] = {{"succeeded", counts[row].succeeded},
+                                                                {"failed", counts[row].failed}};
         }
     }
-    Json pending = Json::array();
-    for (const std::wstring& path : result.pending) {
-        pending.push_back(ToUtf8(path));
+    return operations;
+}
+
+Json ResultJson(const preview::Plan& plan, const RemovalResult& result) {
+    Json left = Json::array();
+    for (const preview::NodeId node : ItemsThatCameTo(plan, *result.evidence, Outcome::Left)) {
+        Json& item = left.emplace_back(ToJson(plan, node));
+        item["reason"] = ToUtf8(result.evidence->Reason(node));
     }
+    Json pending = Json::array();
+    std::transform(result.pending.begin(), result.pending.end(), std::back_inserter(pending), ToUtf8);
     return {{"event", "result"},
-            {"products", std::move(products)},
-            {"operations", std::move(operations)},
+            {"products", ProductsJson(plan, &result)},
+            {"items", OutcomeJson(*result.evidence)},
+            {"left", std::move(left)},
+            {"operations", OperationsJson(result.counts)},
             {"restart_required", result.restartRequired},
             {"pending_deletions", std::move(pending)},
             {"exit_code", result.ExitCode()}};
@@ -148,33 +161,81 @@ ViewForm FormOf(const Options& options) {
     return options.json ? ViewForm::JsonLines : ViewForm::Text;
 }
 
-// The plan or the result, in the form asked for.
-template <typename TextOf, typename JsonOf>
-void Write(ViewForm form, Output& out, const TextOf& textOf, const JsonOf& jsonOf) {
-    if (form == ViewForm::Text) {
-        out.Write(textOf());
-    } else if (form == ViewForm::JsonLines) {
-        out.WriteLine(ToText(jsonOf(), -1));
+// The findings that forbid the removal, one a line; empty if there are none.
+std::wstring Refusals(const preview::Plan& plan, const Options& options) {
+    std::wstring text;
+    std::set<std::string> codes;
+    for (const preview::Finding& finding : plan.findings) {
+        const bool isAccepted =
+            std::find(options.accepted.begin(), options.accepted.end(), finding.code) != options.accepted.end();
+        if (finding.severity == preview::Severity::Stop && !isAccepted && codes.insert(finding.code).second) {
+            text += L"\n  " + FromUtf8(finding.code) + L": " + Printable(finding.evidence);
+        }
     }
+    return text;
 }
+
+class Removal {
+public:
+    Removal(const Options& options, const Library& library, const RemovalLog& log, Output& out)
+        : m_options(options), m_library(library), m_log(log), m_out(out), m_form(FormOf(options)) {}
+
+    int Run() {
+        const RemovalExports exports = m_library.Removal();
+        const SingleRemoval single;
+        Records records(m_options);
+        const RemovalPlan removal = MakePlan(m_options, m_library);
+        const preview::Plan plan = MakePreview(removal, m_library);
+        const PlanSummary summary = Summarize(plan);
+        records.RequireThatTheyStay(plan);
+        ShowPlan(plan, summary);
+        if (const std::wstring refusals = Refusals(plan, m_options); !refusals.empty()) {
+            records.Write(plan, summary, nullptr);
+            throw Failure(ERROR_INSTALL_PACKAGE_REJECTED,
+                          L"nothing was removed, for these findings (--accept CODE lets one kind pass):" + refusals);
+        }
+        if (!removal.steps.empty() && !m_options.yes && !Confirmed(m_out)) {
+            return ERROR_INSTALL_USEREXIT;
+        }
+        const RemovalResult result = CarryOut(removal, plan, m_library, exports, m_log, *MakeView(m_form, m_out));
+        ShowResult(plan, result);
+        records.Write(plan, summary, &result);
+        return result.ExitCode();
+    }
+
+private:
+    void ShowPlan(const preview::Plan& plan, const PlanSummary& summary) {
+        if (m_form == ViewForm::Text) {
+            WritePlanHead(plan, summary, m_out);
+        } else if (m_form == ViewForm::JsonLines) {
+            m_out.WriteLine(ToText(PlanJson(plan, summary), -1));
+        }
+    }
+
+    void ShowResult(const preview::Plan& plan, const RemovalResult& result) {
+        if (m_form == ViewForm::Text && !plan.products.empty()) {
+            m_out.Write(ResultText(plan, result));
+        } else if (m_form == ViewForm::JsonLines) {
+            m_out.WriteLine(ToText(ResultJson(plan, result), -1));
+        }
+    }
+
+    const Options& m_options;
+    const Library& m_library;
+    const RemovalLog& m_log;
+    Output& m_out;
+    ViewForm m_form;
+};
 
 }  // namespace
 
-int RunRemove(const Options& options, const Library& library, Output& out) {
-    const RemovalExports exports = library.Removal();
-    const SingleRemoval single;
-    const RemovalPlan plan = MakePlan(options, library);
-    const ViewForm form = FormOf(options);
-    Write(
-        form, out, [&] { return PlanText(plan); }, [&] { return PlanJson(plan); });
-    if (!plan.steps.empty() && !options.yes && !Confirmed(out)) {
-        return ERROR_INSTALL_USEREXIT;
-    }
-    const std::unique_ptr<RemovalView> view = MakeView(form, out);
-    const RemovalResult result = CarryOut(plan, library, exports, *view);
-    Write(
-        form, out, [&] { return ResultText(plan, result); }, [&] { return ResultJson(plan, result); });
-    return result.ExitCode();
+int RunRemove(const Options& given, Output& out) {
+    Options options = given;
+    const RemovalLog log(options);
+    const LogControl control(options.log);
+    const ComScope com;
+    const PlannedLibrary library(options);
+    return Removal(options, library.Get(), log, out).Run();
 }
 
 }  // namespace tools::host

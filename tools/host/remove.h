@@ -2,11 +2,10 @@
 
 #include "command_line.h"
 #include "common/output.h"
-#include "library.h"
 
 namespace tools::host {
 
 // The command "remove". Gives the exit code.
-int RunRemove(const Options& options, const Library& library, Output& out);
+int RunRemove(const Options& options, Output& out);
 
 }  // namespace tools::host

@@ -30,7 +30,6 @@ public:
             for (const std::wstring& name : m_options.names) {
                 AddName(name);
             }
-            NoteLastOneOut();
         } else {
             AddCatalogue();
         }
@@ -44,52 +43,19 @@ private:
         if (!installed && !m_options.force) {
             throw Failure(ERROR_UNKNOWN_PRODUCT, Quoted(name) + L" is not installed");
         }
-        const bool repeated = std::any_of(m_plan.targets.begin(), m_plan.targets.end(),
-                                          [&](const RemovalTarget& target) { return Same(target.product, product); });
+        const bool repeated = std::any_of(m_plan.steps.begin(), m_plan.steps.end(), [&](const RemovalStep& step) {
+            return step.type == product.type && step.name == name;
+        });
         if (!repeated) {
             m_plan.steps.push_back({RemovalScope::Names, product.type, name, m_options.force});
-            m_plan.targets.push_back({product, installed});
-        }
-    }
-
-    // Where the product that goes is the only installed one of the family, the library adds the whole catalogue.
-    void NoteLastOneOut() {
-        const auto isFamily = [](const Product& product) { return product.type == UNINSTALL_TYPE_FAMILY; };
-        const auto named = std::count_if(m_plan.targets.begin(), m_plan.targets.end(),
-                                         [&](const RemovalTarget& target) { return isFamily(target.product); });
-        const auto installed = std::count_if(m_installed.begin(), m_installed.end(), isFamily);
-        if (m_options.force || named == 0 || named != installed) {
-            return;
-        }
-        std::wstring others;
-        for (const Product& product : m_known) {
-            if (isFamily(product) && !Holds(m_installed, product)) {
-                others += (others.empty() ? L"" : L", ") + Quoted(product.name);
-            }
-        }
-        if (!others.empty()) {
-            m_plan.notes.push_back(
-                L"No product of the family stays: what else its catalogue lists goes too, unless the catalogue "
-                L"forbids it: " +
-                others);
         }
     }
 
     void AddCatalogue() {
         const bool force = m_options.scope == RemovalScope::ForceAll;
-        if (!force && m_installed.empty()) {
-            return;
-        }
         const auto type = m_options.catalogues == PRODRM_FAMILY ? UNINSTALL_TYPE_FAMILY : UNINSTALL_TYPE_FOREIGN;
-        m_plan.steps.push_back({m_options.scope, type, {}, force});
-        // A single installed product takes all the others of its catalogue along.
-        const bool everything = force || m_installed.size() == 1;
-        for (const Product& product : everything ? m_known : m_installed) {
-            m_plan.targets.push_back({product, Holds(m_installed, product)});
-        }
-        if (everything && !force) {
-            m_plan.notes.push_back(
-                L"Only one product of the catalogue is installed: everything that the catalogue lists goes with it.");
+        if (force || !m_installed.empty()) {
+            m_plan.steps.push_back({m_options.scope, type, {}, force});
         }
     }
 

@@ -18,16 +18,9 @@ struct RemovalStep {
     bool force;         // of a single product: installed or not
 };
 
-struct RemovalTarget {
-    Product product;
-    bool installed;
-};
-
-// What a removal is about to do.
+// What a removal is about to ask of the library, in order.
 struct RemovalPlan {
     std::vector<RemovalStep> steps;
-    std::vector<RemovalTarget> targets;
-    std::vector<std::wstring> notes;  // what may go beyond the targets
 };
 
 // Throws a Failure with ERROR_UNKNOWN_PRODUCT if a product is unknown, or not installed and not forced.

@@ -11,15 +11,17 @@ namespace {
 void AddCodeFindings(Plan& plan) {
     for (NodeId node = 0; node < plan.items.Size(); ++node) {
         const Item& item = plan.items[node];
-        if (item.state != ItemState::Present) {
+        if (!item.IsItem() || item.state != ItemState::Present) {
             continue;
         }
         if (item.kind == ItemKind::Tool) {
             AddFinding(plan, "runs-code", Severity::Note, node,
-                       std::wstring(L"runs ") + item.name + L"; what that does is not known beforehand");
+                       L"runs " + plan.items.Path(node) + L" " + plan.items.ValueName(node) +
+                           L"; what that does is not known beforehand");
         } else if (item.kind == ItemKind::LibraryMethod) {
             AddFinding(plan, "runs-code", Severity::Note, node,
-                       std::wstring(L"calls ") + item.name + L"; what that does is not known beforehand");
+                       L"calls " + plan.items.ValueName(node) + L" of " + plan.items.Path(node) +
+                           L"; what that does is not known beforehand");
         }
     }
 }

@@ -80,7 +80,7 @@ std::wstring TargetText(const std::wstring& link) {
 }
 
 bool IsLink(const ItemTree& items, NodeId node) {
-    if (items[node].kind != ItemKind::Place) {
+    if (items[node].IsItem()) {
         return items[node].isLink;
     }
     if (items[node].view != View::None) {
@@ -135,9 +135,12 @@ bool HasDriveOrServer(const std::wstring& path) {
 void CheckRelative(Plan& plan) {
     for (NodeId node = 0; node < plan.items.Size(); ++node) {
         const Item& item = plan.items[node];
+        if (!item.IsItem()) {
+            continue;
+        }
         const bool isFile = item.kind == ItemKind::File || item.kind == ItemKind::Folder ||
                             item.kind == ItemKind::Shortcut || item.kind == ItemKind::RestartEntry;
-        const bool isTop = item.parent == kNoNode || plan.items[item.parent].kind == ItemKind::Place;
+        const bool isTop = item.parent == kNoNode || !plan.items[item.parent].IsItem();
         if (isFile && isTop && !HasDriveOrServer(plan.items.Path(node))) {
             AddFinding(plan, "relative-path", Severity::Stop, node,
                        L"\"" + plan.items.Path(node) +

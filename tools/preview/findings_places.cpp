@@ -68,6 +68,18 @@ void ReplaceHive(std::wstring& path) {
     }
 }
 
+// Of what lies below the classes, the views share all but a few branches.
+bool HasViews(const std::wstring& path) {
+    constexpr std::wstring_view kClasses = L"HKEY_LOCAL_MACHINE\\SOFTWARE\\CLASSES";
+    if (!IsWithin(std::wstring(kClasses), path)) {
+        return IsWithin(std::wstring(kRedirected), path);
+    }
+    constexpr std::wstring_view kApart[] = {L"\\CLSID", L"\\INTERFACE", L"\\DIRECTSHOW", L"\\MEDIA TYPE",
+                                            L"\\MEDIAFOUNDATION"};
+    return std::any_of(std::begin(kApart), std::end(kApart),
+                       [&](std::wstring_view branch) { return IsWithin(std::wstring(kClasses).append(branch), path); });
+}
+
 void TrimSeparators(std::wstring& path) {
     while (!path.empty() && path.back() == L'\\') {
         path.pop_back();
@@ -91,7 +103,7 @@ KeyPlace FoldedKey(View view, const std::wstring& path) {
     KeyPlace place = {View::None, Upper(path)};
     TrimSeparators(place.path);
     ReplaceHive(place.path);
-    if (!IsWithin(std::wstring(kRedirected), place.path)) {
+    if (!HasViews(place.path)) {
         return place;
     }
     place.view = view;
@@ -103,6 +115,9 @@ KeyPlace FoldedKey(View view, const std::wstring& path) {
         } else {
             at = end;
         }
+    }
+    if (!HasViews(place.path)) {
+        place.view = View::None;
     }
     return place;
 }
@@ -160,7 +175,7 @@ void Effects::Add(NodeId node) {
 
 bool Effects::Goes(NodeId node) const {
     const Item& item = m_items[node];
-    return item.kind != ItemKind::Place && (item.state == ItemState::Present || item.state == ItemState::Waiting);
+    return item.IsItem() && (item.state == ItemState::Present || item.state == ItemState::Waiting);
 }
 
 NodeId Effects::File(const std::wstring& path) const {
@@ -188,7 +203,7 @@ NodeId Effects::Key(View view, const std::wstring& path) const {
         }
         const std::size_t separator = place.path.find_last_of(L'\\');
         place.path.resize(separator != std::wstring::npos ? separator : 0);
-        if (!IsWithin(std::wstring(kRedirected), place.path)) {
+        if (!HasViews(place.path)) {
             place.view = View::None;
         }
     }

@@ -181,7 +181,7 @@ private:
 
     void CheckRunning(NodeId node) {
         const Item& item = m_plan.items[node];
-        if (item.state != ItemState::Present) {
+        if (!item.IsItem() || item.state != ItemState::Present) {
             return;
         }
         if (item.kind == ItemKind::Process) {
