@@ -116,6 +116,12 @@ TEST_CASE("a failure is told on the error stream alone and names its cause") {
     fails(L"list --json", "detection.xml");
     fails(L"list --json --catalogue family", "could not be written", GENERIC_READ);
     fails(L"--help", "could not be written", GENERIC_READ);
+    tool.Catalogue(L"products.xml", "<product name=\"P\" file=\"p.xml\"/>");
+    const HANDLE update = ::BeginUpdateResourceW(tool.Path(L"prodrm.dll").c_str(), FALSE);
+    char garbage[] = "\xFF, as if packed with another key";
+    REQUIRE(::UpdateResourceW(update, L"XMLBIN", MAKEINTRESOURCEW(101), 0, garbage, sizeof garbage));
+    REQUIRE(::EndUpdateResourceW(update, FALSE));
+    fails(L"remove P --catalogue family --force --yes --quiet", "document cannot be deciphered");
     tool.Write(L"products.xml", "<other/>");  // the library crashes on it
     fails(L"list --catalogue family", "0xc0000005");
     REQUIRE(::CopyFileW(tool.Path(L"log.dll").c_str(), tool.Path(L"prodrm.dll").c_str(), FALSE));

@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <exception>
 #include <new>
+#include <stdexcept>
 
 #include "common/failure.h"
 #include "common/text.h"
@@ -20,6 +21,7 @@ namespace {
 const char* g_name = "";
 
 constexpr char kNoMemory[] = "not enough memory";
+constexpr char kNoDocument[] = "the embedded document cannot be deciphered";
 
 // Needs no memory: there may be none left.
 int Tell(const char* text) {
@@ -67,6 +69,8 @@ int RunGuarded(ToolBody body, wchar_t** first, wchar_t** last, Output& out) {
         return Tell(kNoMemory);
     } catch (const ComError&) {  // raised for a failed allocation alone
         return Tell(kNoMemory);
+    } catch (const std::range_error&) {  // of the conversion of what the wrong key made of the document
+        return Tell(kNoDocument);
     } catch (const std::exception& error) {
         return Tell(error.what());
     }
