@@ -3,42 +3,43 @@
 #include <windows.h>
 #include <prodrm.h>
 
-#include <string>
-
+#include "support/log_recorder.h"
+#include "support/programs.h"
 #include "support/temp_folder.h"
+#include "support/show_text.h"
 
 // The finished library in a folder of its own, with the recording log.dll beside it and catalogues as a test lays them.
-class ProductFolder {
+class ProductFolder : public TempFolder {
 public:
-    // Without the library's own log module if `withLog` is false.
-    explicit ProductFolder(bool withLog = true);
-
-    std::wstring Path(const std::wstring& relative) const { return m_folder.Path(relative); }
-    void Catalogue(const std::wstring& file, const std::string& content) const;
-
-    // Copies a sample host from beside the test program, runs it here and gives what it wrote.
-    std::string RunSample(const std::wstring& name, DWORD& exitCode) const;
-
-private:
-    TempFolder m_folder;
-};
-
-// The library loaded from a folder for a scope.
-class LoadedProduct {
-public:
-    explicit LoadedProduct(const ProductFolder& folder);
-    ~LoadedProduct() { Unload(); }
-    LoadedProduct(const LoadedProduct&) = delete;
-    LoadedProduct& operator=(const LoadedProduct&) = delete;
-
-    HMODULE Module() const { return m_module; }
-    void Unload();
-
-    template <typename Function>
-    Function* Export(const char* name, Function* /* the prototype */) const {
-        return reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(m_module, name)));
+    ProductFolder() {
+        REQUIRE(::CopyFileW(InProduct(L"prodrm.dll").c_str(), Path(L"prodrm.dll").c_str(), FALSE));
+        REQUIRE(::CopyFileW(LogRecorder::ModulePath().c_str(), Path(L"log.dll").c_str(), FALSE));
     }
 
-private:
-    HMODULE m_module;
+    void Catalogue(const std::wstring& file, const std::string& content) const {
+        WriteFile(file, "<uninstall_information>" + content + "</uninstall_information>");
+    }
+
+    // Copies a sample host from beside the test program, runs it here and gives its exit code and what it wrote.
+    std::string RunSample(const std::wstring& name) const {
+        REQUIRE(::CopyFileW(BesideTest(name).c_str(), Path(name).c_str(), FALSE));
+        SECURITY_ATTRIBUTES inherit = {sizeof inherit, nullptr, TRUE};
+        OwnedFileHandle out(
+            ::CreateFileW(Path(L"out").c_str(), GENERIC_WRITE, FILE_SHARE_READ, &inherit, CREATE_ALWAYS, 0, nullptr));
+        const DWORD code = ExitCode(Start(L"\"" + Path(name) + L"\"", out.Get()));
+        out.Reset();
+        ::DeleteFileW(Path(name).c_str());
+        return std::to_string(code) + " " + FileContent(Path(L"out"));
+    }
+
+    OwnedModule Load() const {
+        OwnedModule library(::LoadLibraryW(Path(L"prodrm.dll").c_str()));
+        REQUIRE(library);
+        return library;
+    }
 };
+
+template <typename Function>
+Function* Export(const OwnedModule& library, const char* name, Function* /* the prototype */) {
+    return reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(library.Get(), name)));
+}

@@ -2,106 +2,78 @@
 #include <doctest/doctest.h>
 
 #include <map>
-#include <string>
-#include <vector>
 
 #include "foundation/log_statement.h"
 #include "foundation/module.h"
 #include "support/import_patch.h"
+#include "support/programs.h"
 #include "support/recorded_log.h"
-#include "support/show_text.h"
 
 namespace {
 
 using logging::CLogDLL;
-using Trace = std::vector<std::string>;
 
 // What the facade asks of the system and of the module, in one sequence.
-Trace g_trace;
+Lines g_trace;
 
-HMODULE g_logModule = nullptr;  // given for a full path; the bare name is never found
-
-HMODULE WINAPI PlayLoadLibrary(LPCWSTR name) {
-    const std::wstring text = name;
-    g_trace.push_back("load " + std::string(text.begin(), text.end()));
-    return text.find(L'\\') != std::wstring::npos ? g_logModule : nullptr;
-}
-BOOL WINAPI PlayFreeLibrary(HMODULE module) {
-    g_trace.push_back(module == g_logModule ? "free" : "free of another module");
-    return TRUE;
-}
 void __cdecl PlayLogInit() {
-    g_trace.emplace_back("LogInit()");
+    g_trace.emplace_back(L"LogInit()");
 }
 void __cdecl PlayLogDeinit() {
-    g_trace.emplace_back("LogDeinit()");
+    g_trace.emplace_back(L"LogDeinit()");
 }
 void __cdecl PlayLogUninitDeskMetrics() {
-    g_trace.emplace_back("LogUninitDeskMetrics()");
+    g_trace.emplace_back(L"LogUninitDeskMetrics()");
 }
 void __cdecl PlayLogRemoveModule(const char* name) {
-    g_trace.push_back("LogRemoveModule(" + std::string(name) + ")");
-}
-FARPROC WINAPI PlayGetProcAddress(HMODULE module, LPCSTR name) {
-    static const std::map<std::string, void*> functions = {
-        {"LogInit", reinterpret_cast<void*>(&PlayLogInit)},
-        {"LogDeinit", reinterpret_cast<void*>(&PlayLogDeinit)},
-        {"LogUninitDeskMetrics", reinterpret_cast<void*>(&PlayLogUninitDeskMetrics)},
-        {"LogRemoveModule", reinterpret_cast<void*>(&PlayLogRemoveModule)},
-    };
-    g_trace.push_back(module == g_logModule ? name : "a name of another module");
-    const auto found = functions.find(name);
-    return found != functions.end() ? reinterpret_cast<FARPROC>(found->second) : nullptr;
+    g_trace.push_back(L"LogRemoveModule(" + std::wstring(name, name + ::lstrlenA(name)) + L")");
 }
 
-// The system as above, in a scope.
+// A system that knows the log module by its full path alone.
 struct PlayedSystem {
-    explicit PlayedSystem(HMODULE logModule) {
-        g_logModule = logModule;
-        g_trace.clear();
-    }
-    ImportPatch load{"LoadLibraryW", &PlayLoadLibrary};
-    ImportPatch free{"FreeLibrary", &PlayFreeLibrary};
-    ImportPatch find{"GetProcAddress", &PlayGetProcAddress};
+    HMODULE logModule;
+
+    Played<decltype(&::LoadLibraryW), PlayedSystem> load{"LoadLibraryW", [this](LPCWSTR name) {
+                                                             g_trace.push_back(L"load " + std::wstring(name));
+                                                             return ::wcschr(name, L'\\') ? logModule : nullptr;
+                                                         }};
+    Played<decltype(&::FreeLibrary), PlayedSystem> free{"FreeLibrary", [this](HMODULE module) {
+                                                            g_trace.push_back(module == logModule ? L"free" : L"?");
+                                                            return TRUE;
+                                                        }};
+    Played<decltype(&::GetProcAddress), PlayedSystem> find{
+        "GetProcAddress", [this](HMODULE module, LPCSTR name) {
+            const std::map<std::string, void*> functions = {
+                {"LogInit", reinterpret_cast<void*>(&PlayLogInit)},
+                {"LogDeinit", reinterpret_cast<void*>(&PlayLogDeinit)},
+                {"LogUninitDeskMetrics", reinterpret_cast<void*>(&PlayLogUninitDeskMetrics)},
+                {"LogRemoveModule", reinterpret_cast<void*>(&PlayLogRemoveModule)},
+            };
+            g_trace.push_back(module == logModule ? std::wstring(name, name + ::lstrlenA(name)) : L"?");
+            const auto found = functions.find(name);
+            return found != functions.end() ? reinterpret_cast<FARPROC>(found->second) : nullptr;
+        }};
 };
-
-std::string BesideOwnModule() {
-    char path[MAX_PATH] = {};
-    ::GetModuleFileNameA(nullptr, path, MAX_PATH);
-    const std::string file = path;
-    return file.substr(0, file.rfind('\\')) + "\\log.dll";
-}
-
-int g_evaluated = 0;
-const wchar_t* Evaluated() {
-    ++g_evaluated;
-    return L"text";
-}
 
 }  // namespace
 
 TEST_CASE("the facade binds what it finds in a fixed order and leaves in a fixed order") {
-    const PlayedSystem system(::GetModuleHandleW(L"kernel32.dll"));
+    const PlayedSystem system{::GetModuleHandleW(L"kernel32.dll")};
+    g_trace.clear();
     CLogDLL::AddReference();
-    CHECK(g_trace == Trace{"load log.dll",     "load " + BesideOwnModule(),
-                           "LogInit",          "LogInit()",
-                           "LogApplySettings", "LogSetSettingsFile",
-                           "LogEnable",        "LogSetLevel",
-                           "LogSetPath",       "LogSetType",
-                           "LogSetMode",       "LogSetMaxSize",
-                           "LogSetDepth",      "LogWrite",
-                           "LogIsEnabled",     "LogMonitorSettings",
-                           "LogGetLevel",      "LogUninitDeskMetrics",
-                           "LogTrackEvent",    "LogTrackEventData",
-                           "LogRemoveModule"});
+    CHECK(Joined(g_trace, L" ") ==
+          L"load log.dll load " + BesideTest(L"log.dll") +
+              L" LogInit LogInit() LogApplySettings LogSetSettingsFile LogEnable LogSetLevel LogSetPath LogSetType "
+              L"LogSetMode LogSetMaxSize LogSetDepth LogWrite LogIsEnabled LogMonitorSettings LogGetLevel "
+              L"LogUninitDeskMetrics LogTrackEvent LogTrackEventData LogRemoveModule");
     g_trace.clear();
     CLogDLL::AddReference();
     LOG(kError, L"unwritten");  // there is no LogWrite
     CLogDLL::Release();
     CHECK(g_trace.empty());
     CLogDLL::Release();
-    CHECK(g_trace == Trace{"LogDeinit", "LogDeinit()", "LogUninitDeskMetrics()",
-                           "LogRemoveModule(logging::CLogDLL::~CLogDLL)", "free"});
+    CHECK(Joined(g_trace, L" ") ==
+          L"LogDeinit LogDeinit() LogUninitDeskMetrics() LogRemoveModule(logging::CLogDLL::~CLogDLL) free");
 }
 
 TEST_CASE("a closed gate evaluates nothing and brings no module up, also after surplus releases") {
@@ -118,41 +90,35 @@ TEST_CASE("a closed gate evaluates nothing and brings no module up, also after s
         CLogDLL::Release();
         CLogDLL::Release();
     }
-    const std::vector<LogLine> whole = {{0, L"LogInit", L""},
-                                        {kWarning, L"f", L"written"},
-                                        {0, L"LogDeinit", L""},
-                                        {0, L"LogUninitDeskMetrics", L""},
-                                        {0, L"LogRemoveModule", L"logging::CLogDLL::~CLogDLL"}};
-    std::vector<LogLine> twice = whole;
-    twice.insert(twice.end(), whole.begin(), whole.end());
-    CHECK(recorder.Lines() == twice);
+    const std::wstring whole =
+        L"C LogInit:  / W f: written / C LogDeinit:  / C LogUninitDeskMetrics:  / C LogRemoveModule: "
+        L"logging::CLogDLL::~CLogDLL";
+    CHECK(Joined(recorder.Texts()) == whole + L" / " + whole);
 
-    const PlayedSystem system(nullptr);
-    g_evaluated = 0;
+    const PlayedSystem system{nullptr};
+    g_trace.clear();
+    int evaluated = 0;
     CHECK_FALSE(CLogDLL::IsOpen());
-    LOG(kError, L"%s", Evaluated());
-    CHECK(g_evaluated == 0);
+    LOG(kError, L"%d", ++evaluated);
+    CHECK(evaluated == 0);
     CHECK(g_trace.empty());
 }
 
 TEST_CASE("a module is used for what it has") {
-    const std::vector<std::wstring> all = {L"LogInit", L"LogWrite", L"LogDeinit", L"LogUninitDeskMetrics",
-                                           L"LogRemoveModule"};
-    for (const std::wstring& missing : all) {
+    const std::wstring all = L"LogInit LogWrite LogDeinit LogUninitDeskMetrics LogRemoveModule";
+    for (const std::wstring& missing : Split(all, L' ')) {
         const LogRecorder recorder;
         {
-            const EntryPointPatch patch(std::string(missing.begin(), missing.end()).c_str());
+            const EntryPointPatch patch(Utf8(missing).c_str());
             CLogDLL::AddReference();
             LOG_AS(L"LogWrite", kInfo, L"x");
             CLogDLL::Release();
         }
-        std::vector<std::wstring> calls;
+        std::wstring calls;
         for (const LogLine& line : recorder.Lines()) {
-            calls.push_back(line.function);
+            calls += L' ' + line.function;
         }
-        std::vector<std::wstring> expected = all;
-        std::erase(expected, missing);
-        CHECK(calls == expected);
+        CHECK(calls == Replaced(L' ' + all, L' ' + missing, L""));
     }
 }
 
@@ -192,7 +158,7 @@ TEST_CASE("LogWrite gets its six arguments, and the statement's reference outliv
     CHECK(g_written.text == L"ключ=-5 (0xabcd)");
     CHECK(g_written.openAfterLastRelease);
     CHECK_FALSE(CLogDLL::IsOpen());
-    CHECK(recorder.Has(0, L"LogDeinit", L""));
+    CHECK(recorder.Has(L"C LogDeinit: "));
 }
 
 // The name of the enclosing function, for each form in which the library has functions.
@@ -230,7 +196,7 @@ struct Named {
 TEST_CASE("a log line names its function as Class::Method") {
     const wchar_t* destroyed = nullptr;
     const wchar_t* fromStatic = nullptr;
-    std::vector<std::wstring> names;
+    Lines names;
     {
         Named<std::vector<int>> named;
         named.destroyed = &destroyed;
@@ -239,6 +205,7 @@ TEST_CASE("a log line names its function as Class::Method") {
                  named.Template(std::wstring(), 'c')};
     }
     names.emplace_back(destroyed);
-    CHECK(names == std::vector<std::wstring>{L"ExportedFunction", L"Named::Named", L"Named::Virtual", L"Named::Static",
-                                             L"Named::InLambda", L"Named::Template", L"Named::~Named"});
+    CHECK(Joined(names, L" ") ==
+          L"ExportedFunction Named::Named Named::Virtual Named::Static Named::InLambda "
+          L"Named::Template Named::~Named");
 }

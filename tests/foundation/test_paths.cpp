@@ -1,171 +1,220 @@
+// Paths, registry paths, special folders and attributes.
+
 #include <windows.h>
 #include <doctest/doctest.h>
 
-#include <algorithm>
-#include <cwctype>
-#include <string>
-#include <vector>
+#include <shlobj.h>
 
+#include "foundation/CSpecialFolder.h"
 #include "foundation/CSplitKeyPath.h"
+#include "foundation/CXMLHelper.h"
+#include "foundation/dom.h"
 #include "foundation/path.h"
-#include "foundation/result.h"
-#include "foundation/text.h"
+#include "support/com_scope.h"
 #include "support/import_patch.h"
 #include "support/recorded_log.h"
-#include "support/show_text.h"
+#include "support/registry_sandbox.h"
 
 TEST_CASE("PathJoin extends its first text in place and gives a copy") {
-    const struct {
-        const wchar_t* first;
-        const wchar_t* second;
-        const wchar_t* expected;
-    } rows[] = {
-        {L"", L"b", L"b"},
-        {L"", L"", L""},
-        {L"C:\\a", L"b", L"C:\\a\\b"},
-        {L"C:\\a\\", L"b", L"C:\\a\\b"},
-        {L"C:/a/", L"b", L"C:/a/b"},
-        {L"C:\\a", L"", L"C:\\a\\"},
-        {L"C:\\a", L"\\b", L"C:\\a\\\\b"},
-    };
-    for (const auto& row : rows) {
-        std::wstring first = row.first;
-        CHECK(PathJoin(first, row.second) == row.expected);
-        CHECK(first == row.expected);
+    for (const Lines& row : Rows(LR"(
+ | b | b
+ | |
+C:\a | b | C:\a\b
+C:\a\ | b | C:\a\b
+C:/a/ | b | C:/a/b
+C:\a | | C:\a\
+C:\a | \b | C:\a\\b
+)",
+                                 3)) {
+        std::wstring first = row[0];
+        CHECK(PathJoin(first, row[1]) == row[2]);
+        CHECK(first == row[2]);
     }
-    std::wstring folder = L"C:\\a";
-    PathJoin(folder, L"b");
-    CHECK(PathJoin(folder, L"c") == L"C:\\a\\b\\c");
     std::wstring bare = L"C:";
     CHECK(PathAddSeparator(bare) == L"C:\\");
     CHECK(bare == L"C:\\");
 }
 
 TEST_CASE("PathCanonical cleans what fits 260 characters and leaves the rest") {
-    const std::wstring longest = L"C:\\" + std::wstring(256, L'x');
-    const std::wstring tooLong = longest + L"x";
-    const std::wstring shrinking = L"C:\\" + std::wstring(253, L'x') + L"\\..";
-    const struct {
-        std::wstring text;
-        std::wstring expected;
-    } rows[] = {
-        {L"C:\\a\\.\\b\\..\\c", L"C:\\a\\c"},
-        {L"C:\\..\\..\\a", L"C:\\a"},
-        {L"a\\..\\..\\b", L"\\b"},
-        {L"C:\\a/b", L"C:\\a/b"},
-        {longest, longest},
-        {tooLong, tooLong},
-        {L"C:\\a\\..\\" + tooLong, L"C:\\a\\..\\" + tooLong},
-        {shrinking, L"C:\\"},
-    };
-    for (const auto& row : rows) {
-        std::wstring text = row.text;
-        CHECK(PathCanonical(text) == row.expected);
-        CHECK(text == row.expected);
+    const Nicknames parts = {{L"LONGEST", L"C:\\" + std::wstring(256, L'x')}, {L"253", std::wstring(253, L'x')}};
+    for (const Lines& row : Rows(LR"(
+C:\a\.\b\..\c | C:\a\c
+C:\..\..\a | C:\a
+a\..\..\b | \b
+C:\a/b | C:\a/b
+LONGEST | LONGEST
+LONGESTx | LONGESTx
+C:\a\..\LONGESTx | C:\a\..\LONGESTx
+C:\253\.. | C:\
+)",
+                                 2)) {
+        std::wstring text = parts.Real(row[0]);
+        CHECK(PathCanonical(text) == parts.Real(row[1]));
+        CHECK(text == parts.Real(row[1]));
     }
 }
-
-namespace {
-
-std::wstring g_moduleFile;
-HMODULE g_askedModule = nullptr;
-DWORD g_askedChars = 0;
-
-DWORD WINAPI PlayModuleFileName(HMODULE module, LPWSTR path, DWORD chars) {
-    g_askedModule = module;
-    g_askedChars = chars;
-    ::SetLastError(ERROR_INVALID_HANDLE);
-    // As the system does: a text that does not fit fills the buffer without a terminator.
-    const DWORD length = std::min(static_cast<DWORD>(g_moduleFile.size()), chars);
-    g_moduleFile.copy(path, length);
-    if (length < chars) {
-        path[length] = L'\0';
-    }
-    return length;
-}
-
-}  // namespace
 
 TEST_CASE("GetCurrentPath gives the folder with its backslash, or says why not and leaves the output") {
-    const std::wstring longName = L"C:\\f\\" + std::wstring(400, L'x');
-    const struct {
-        std::wstring file;
-        bool found;
-        std::wstring expected;
-        std::wstring line;
-    } rows[] = {
-        {L"C:\\f\\g h\\prodrm.dll", true, L"C:\\f\\g h\\", {}},
-        {L"C:\\f/g\\x/prodrm.dll", true, L"C:\\f/g\\", {}},
-        {longName, true, L"C:\\f\\", {}},
-        {L"prodrm.dll", false, L"kept", L"4 path \"prodrm.dll\" ???"},
-        {L"", false, L"kept", L"4 GetModuleFileName failed 0x6"},
-    };
     RecordedLog log;
-    const ImportPatch patch("GetModuleFileNameW", &PlayModuleFileName);
-    for (const auto& row : rows) {
+    const std::wstring longName(400, L'x');
+    // Columns: the module's file, its folder, the line.
+    for (const Lines& row : Rows(LR"(
+C:\f\g h\prodrm.dll | C:\f\g h\
+C:\f/g\x/prodrm.dll | C:\f/g\
+C:\f\LONG | C:\f\
+prodrm.dll | kept | E path "prodrm.dll" ???
+ none | kept | E GetModuleFileName failed 0x6
+)",
+                                 3)) {
         log.Clear();
-        g_moduleFile = row.file;
+        const std::wstring file = row[0] == L"none" ? L"" : Replaced(row[0], L"LONG", longName);
+        // As the system does: a text that does not fit fills the buffer without a terminator.
+        PLAY(GetModuleFileNameW, [&](HMODULE module, LPWSTR path, DWORD chars) {
+            CHECK(module == ::GetModuleHandleW(nullptr));
+            CHECK(chars == 260);
+            ::SetLastError(ERROR_INVALID_HANDLE);
+            const DWORD length = static_cast<DWORD>((file + L'\0').copy(path, chars));
+            return length < chars ? length - 1 : chars;
+        });
         std::wstring path = L"kept";
-        CHECK(CPath::GetCurrentPath(path) == row.found);
-        CHECK(path == row.expected);
-        CHECK(log.Of(L"CPath::GetCurrentPath") ==
-              (row.line.empty() ? std::vector<std::wstring>{} : std::vector<std::wstring>{row.line}));
+        CHECK(CPath::GetCurrentPath(path) == (row[1] != L"kept"));
+        CHECK(path == row[1]);
+        CHECK(log.Told(L"CPath::GetCurrentPath") == row[2]);
     }
-    CHECK(g_askedModule == ::GetModuleHandleW(nullptr));
-    CHECK(g_askedChars == 260);
 }
 
 TEST_CASE("a registry path splits at its first separator, and hive names are exact") {
-    const struct {
-        const wchar_t* path;
-        HKEY hive;
-        const wchar_t* subkey;
-    } found[] = {
-        {L"HKEY_LOCAL_MACHINE\\Software\\x/y", HKEY_LOCAL_MACHINE, L"Software\\x/y"},
-        {L"HKEY_CURRENT_CONFIG\\x", HKEY_CURRENT_CONFIG, L"x"},
-        {L"HKEY_CLASSES_ROOT\\x", HKEY_CLASSES_ROOT, L"x"},
-        {L"HKEY_CURRENT_USER\\x", HKEY_CURRENT_USER, L"x"},
-        {L"HKEY_USERS\\x", HKEY_USERS, L"x"},
-        {L"HKEY_PERFORMANCE_DATA\\x", HKEY_PERFORMANCE_DATA, L"x"},
-        {L"HKEY_DYN_DATA\\x", HKEY_DYN_DATA, L"x"},
-        {L"HKLM/SOFTWARE\\x", HKEY_LOCAL_MACHINE, L"SOFTWARE\\x"},
-        {L"HKCC\\", HKEY_CURRENT_CONFIG, L""},
-        {L"HKCR\\\\x", HKEY_CLASSES_ROOT, L"\\x"},
-        {L"HKCU\\x\\", HKEY_CURRENT_USER, L"x\\"},
-        {L"HKU/", HKEY_USERS, L""},
-        {L"HKPD/x", HKEY_PERFORMANCE_DATA, L"x"},
-        {L"HKDD\\x", HKEY_DYN_DATA, L"x"},
-    };
-    for (const auto& row : found) {
+    RecordedLog log;
+    // Columns: path, number of the hive, subkey; of a path that is refused the unknown name.
+    for (const Lines& row : Rows(LR"(
+HKEY_CLASSES_ROOT\x | 0 | x
+HKEY_CURRENT_USER\x | 1 | x
+HKEY_LOCAL_MACHINE\Software\x/y | 2 | Software\x/y
+HKEY_USERS\x | 3 | x
+HKEY_PERFORMANCE_DATA\x | 4 | x
+HKEY_CURRENT_CONFIG\x | 5 | x
+HKEY_DYN_DATA\x | 6 | x
+HKCR\\x | 0 | \x
+HKCU\x\ | 1 | x\
+HKLM/SOFTWARE\x | 2 | SOFTWARE\x
+HKU/ | 3 |
+HKPD/x | 4 | x
+HKCC\ | 5 |
+HKDD\x | 6 | x
+HKLM | | HKLM
+hklm\x | | hklm
+\HKLM\x | |
+HKEY_LOCAL_MACHINE \x | | HKEY_LOCAL_MACHINE_
+)",
+                                 3)) {
+        INFO(Utf8(row[0]));
+        log.Clear();
         HKEY hive = nullptr;
         std::wstring subkey = L"kept";
-        CHECK(CSplitKeyPath::Split(row.path, hive, subkey));
-        CHECK(hive == row.hive);
-        CHECK(subkey == row.subkey);
-    }
-    const struct {
-        const wchar_t* path;
-        const wchar_t* unknown;
-    } refused[] = {
-        {L"HKLM", L"HKLM"},
-        {L"hklm\\x", L"hklm"},
-        {L"", L""},
-        {L"\\HKLM\\x", L""},
-        {L"HKEY_LOCAL_MACHINE \\x", L"HKEY_LOCAL_MACHINE "},
-    };
-    RecordedLog log;
-    for (const auto& row : refused) {
-        log.Clear();
-        HKEY hive = HKEY_USERS;
-        std::wstring subkey = L"kept";
-        CHECK_FALSE(CSplitKeyPath::Split(row.path, hive, subkey));
-        CHECK(hive == HKEY_USERS);
-        CHECK(subkey == L"kept");
-        const std::vector<LogLine> expected = {
-            {4, L"CSplitKeyPath::Split", L"unknown base key \"" + std::wstring(row.unknown) + L"\""}};
-        CHECK(log.Lines() == expected);
+        const bool found = !row[1].empty();
+        CHECK(CSplitKeyPath::Split(row[0], hive, subkey) == found);
+        const ULONG_PTR expected = found ? 0x80000000 + static_cast<ULONG_PTR>(row[1][0] - L'0') : 0;
+        CHECK(hive == reinterpret_cast<HKEY>(static_cast<LONG_PTR>(static_cast<LONG>(expected))));
+        CHECK(subkey == (found ? row[2] : L"kept"));
+        CHECK(log.Told(L"CSplitKeyPath::Split") ==
+              (found ? L"" : L"E unknown base key \"" + Replaced(row[2], L"E_", L"E ") + L"\""));
     }
     CHECK(std::wstring(HiveName(HKEY_DYN_DATA)) == L"HKEY_DYN_DATA");
-    CHECK(std::wstring(HiveName(HKEY_CLASSES_ROOT)) == L"HKEY_CLASSES_ROOT");
     CHECK(HiveName(nullptr) == nullptr);
+}
+
+TEST_CASE("folders of the system come out as the kind of process has them, by the name as it is given") {
+    RecordedLog log;
+    const Nicknames parts = {{L"PF", L"C:\\Program Files"},
+                             {L"X86", UnderWow64() ? L" (x86)" : L""},
+                             {L"WIN", L"C:\\windows"},
+                             {L"SYS", UnderWow64() ? L"syswow64" : L"system32"}};
+    // Only the exact name takes the native road, and only the exact name gets the folder below.
+    for (const Lines& row : Rows(LR"(
+program_files | PF
+Program_Files | PFX86
+program_files_x86 | PFX86
+common_files | PF\Common Files
+common_files_x86 | PFX86\Common Files
+windows_system | WIN\system32
+windows_system_x86 | WIN\SYS
+windows_system_drivers | WIN\system32\drivers
+Windows_System_Drivers | WIN\system32
+windows_system_drivers_x86 | WIN\SYS\drivers
+windows_folder | WIN
+common_app_data | C:\ProgramData
+)",
+                                 2)) {
+        std::wstring path;
+        CHECK(CSpecialFolder().Get(row[0], path));
+        CHECK(path == parts.Real(row[1]));
+    }
+    std::wstring path;
+    log.Clear();
+    CHECK(CSpecialFolder(L"D:\\app").Get(L"app_path", path));
+    CHECK(path == L"D:\\app");
+    CHECK(log.Told(L"CSpecialFolder::Get") == L"I ->\"app_path\" / I <-\"app_path\" = \"D:\\app\"");
+
+    // What is no folder leaves the output alone; every result but 0 fails.
+    PLAY(SHGetFolderPathW, [](HWND, int, HANDLE, DWORD flags, LPWSTR given) {
+        CHECK(flags == 0);
+        ::lstrcpyW(given, L"C:\\given");
+        return HRESULT{S_FALSE};
+    });
+    for (const Lines& row : Rows(LR"(
+app_path | E <-"app_path" is empty!
+APP_PATH | E SHGetFolderPath "APP_PATH" failed, unknown special folder
+App_Data | E SHGetFolderPath "App_Data" failed 0x1
+)",
+                                 2)) {
+        log.Clear();
+        CHECK_FALSE(CSpecialFolder().Get(row[0], path));
+        CHECK(path == L"D:\\app");
+        CHECK(Split(log.Of(L"CSpecialFolder::Get").back(), L'|')[0] == row[1]);
+    }
+}
+
+TEST_CASE("attributes are read exactly, and the output keeps what it held on failure") {
+    const ComScope com;
+    ComPtr<IXMLDOMDocument> document;
+    ComPtr<IXMLDOMElement> element;
+    HRESULT hr = S_OK;
+    REQUIRE(SUCCEEDED(dom::CreateDocument(document)));
+    REQUIRE(dom::LoadText(document.Get(), L"<e empty='' t=' a&amp;b ' n='42px' m='-7' x='abc'><!--c--></e>", hr));
+    REQUIRE(document->get_documentElement(element.Put()) == S_OK);
+    const auto references = [&] { return element.Get()->AddRef(), element.Get()->Release(); };
+    const ULONG before = references();
+    RecordedLog log;
+    // Columns: name, text in brackets, number, line.
+    for (const Lines& row : Rows(LR"(
+empty | [] | 0
+t | [ a&b ] | 0
+n | [42px] | 42
+m | [-7] | -7
+x | [abc] | 0
+X | | | E failed load attribute "X" 0x1
+)",
+                                 4)) {
+        log.Clear();
+        std::wstring text = L"kept";
+        int number = 99;
+        const bool found = !row[1].empty();
+        CHECK(CXMLHelper::GetNodeAttribute(element.Get(), row[0].c_str(), text) == found);
+        CHECK((found ? L"[" + text + L"]" : text) == (found ? row[1] : L"kept"));
+        CHECK(log.Told(L"CXMLHelper::GetNodeAttribute") == row[3]);
+        CHECK(CXMLHelper::GetNodeAttribute(element.Get(), row[0].c_str(), number) == found);
+        CHECK(number == (found ? std::stoi(row[2]) : 99));
+    }
+    log.Clear();
+    ComPtr<IXMLDOMNode> comment;
+    REQUIRE(element->get_firstChild(comment.Put()) == S_OK);
+    std::wstring text = L"kept";
+    CHECK_FALSE(CXMLHelper::GetNodeAttribute(comment.Get(), L"n", text));
+    CHECK(text == L"kept");
+    CHECK(log.Told(L"CXMLHelper::GetNodeAttribute") == L"E failed get attributes 0x1");
+    {
+        REFUSE(SysAllocString, nullptr, 0);
+        CHECK_THROWS_AS(CXMLHelper::GetNodeAttribute(element.Get(), L"n", text), ComError);
+    }
+    CHECK(references() == before);
 }

@@ -1,14 +1,10 @@
 #include <windows.h>
 #include <doctest/doctest.h>
 
-#include <string>
-#include <vector>
-
 #include "foundation/CWow64.h"
 #include "support/import_patch.h"
 #include "support/recorded_log.h"
 #include "support/registry_sandbox.h"
-#include "support/show_text.h"
 #include "support/temp_folder.h"
 
 namespace {
@@ -17,8 +13,7 @@ namespace {
 enum class Answer { No, Yes, Failure };
 Answer g_answer = Answer::No;
 int g_asked = 0;
-WORD g_nativeProcessor = 0;
-std::vector<std::string> g_switches;
+std::wstring g_switches;
 BOOL g_switchWorks = TRUE;
 
 BOOL WINAPI PlayIsWow64Process(HANDLE process, BOOL* result) {
@@ -30,17 +25,14 @@ BOOL WINAPI PlayIsWow64Process(HANDLE process, BOOL* result) {
 }
 BOOL WINAPI PlayDisable(void** cookie) {
     *cookie = reinterpret_cast<void*>(g_switches.size() + 1);
-    g_switches.push_back("off " + std::to_string(g_switches.size() + 1));
+    g_switches += L"off " + std::to_wstring(g_switches.size() + 1) + L' ';
     ::SetLastError(ERROR_INVALID_FUNCTION);
     return g_switchWorks;
 }
 BOOL WINAPI PlayRevert(void* cookie) {
-    g_switches.push_back("back " + std::to_string(reinterpret_cast<std::size_t>(cookie)));
+    g_switches += L"back " + std::to_wstring(reinterpret_cast<std::size_t>(cookie)) + L' ';
     ::SetLastError(ERROR_INVALID_PARAMETER);
     return g_switchWorks;
-}
-void WINAPI PlaySystemInfo(SYSTEM_INFO* info) {
-    info->wProcessorArchitecture = g_nativeProcessor;
 }
 // A 64-bit system as this process sees it through the entry points, whatever the real one is.
 struct PlayedSystem {
@@ -53,12 +45,7 @@ struct PlayedSystem {
     EntryPointPatch ask{"IsWow64Process", reinterpret_cast<void*>(&PlayIsWow64Process)};
     EntryPointPatch off{"Wow64DisableWow64FsRedirection", reinterpret_cast<void*>(&PlayDisable)};
     EntryPointPatch back{"Wow64RevertWow64FsRedirection", reinterpret_cast<void*>(&PlayRevert)};
-    EntryPointPatch info{"GetNativeSystemInfo", reinterpret_cast<void*>(&PlaySystemInfo)};
 };
-
-bool CanSwitch(const CWow64& wow64) {
-    return wow64.Wow64DisableWow64FsRedirection() != nullptr;
-}
 
 // The end of any CWow64 makes the next use of the process-wide one ask the system anew.
 struct AskedAnew {
@@ -69,31 +56,23 @@ struct AskedAnew {
 }  // namespace
 
 TEST_CASE("the system is asked once, and the switches exist under WOW64 alone") {
-    const struct {
-        Answer answer;
-        bool wow64;
-        std::vector<std::wstring> lines;
-    } rows[] = {
-        {Answer::No, false, {}},
-        {Answer::Yes, true, {}},
-        {Answer::Failure, false, {L"4 IsWow64Process failed error 0x5"}},
-    };
-    for (const auto& row : rows) {
+    for (const Answer answer : {Answer::No, Answer::Yes, Answer::Failure}) {
         const RecordedLog log;
-        const PlayedSystem system(row.answer);
+        const PlayedSystem system(answer);
+        const bool isWow64 = answer == Answer::Yes;
         CWow64 wow64;
-        CHECK(wow64.IsWow64Process() == row.wow64);
-        g_answer = row.wow64 ? Answer::No : Answer::Yes;
-        CHECK(wow64.IsWow64Process() == row.wow64);
+        CHECK(wow64.IsWow64Process() == isWow64);
+        g_answer = isWow64 ? Answer::No : Answer::Yes;
+        CHECK(wow64.IsWow64Process() == isWow64);
         CHECK(g_asked == 1);
-        CHECK(CanSwitch(wow64) == row.wow64);
-        CHECK(log.Of(L"CWow64::IsWow64Process") == row.lines);
-
+        CHECK((wow64.Wow64DisableWow64FsRedirection() != nullptr) == isWow64);
+        CHECK(log.Told(L"CWow64::IsWow64Process") ==
+              (answer == Answer::Failure ? L"E IsWow64Process failed error 0x5" : L""));
         g_switchWorks = FALSE;
-        CHECK(wow64.Revert(reinterpret_cast<void*>(7)) == !row.wow64);
+        CHECK(wow64.Revert(reinterpret_cast<void*>(7)) == !isWow64);
         g_switchWorks = TRUE;
         CHECK(wow64.Revert(reinterpret_cast<void*>(8)));
-        CHECK(g_switches == (row.wow64 ? std::vector<std::string>{"back 7", "back 8"} : std::vector<std::string>{}));
+        CHECK(g_switches == (isWow64 ? L"back 7 back 8 " : L""));
     }
 }
 
@@ -105,35 +84,31 @@ TEST_CASE("redirection scopes nest, end once, keep the last error and log failur
         Wow64Redirection outer(L"outer");
         {
             const Wow64Redirection inner(L"inner");
-            CHECK(g_switches == std::vector<std::string>{"off 1", "off 2"});
             ::SetLastError(77);
         }
         CHECK(::GetLastError() == 77);
         outer.Revert();
         CHECK(::GetLastError() == 77);
-        g_switches.emplace_back("end");
+        g_switches += L"end";
     }
-    CHECK(g_switches == std::vector<std::string>{"off 1", "off 2", "back 2", "back 1", "end"});
+    CHECK(g_switches == L"off 1 off 7 back 7 back 1 end");
     CHECK(log.Lines().empty());
 
     g_switchWorks = FALSE;
     { const Wow64Redirection failing(L"C::M"); }
-    CHECK(log.Lines() == std::vector<LogLine>{{8, L"C::M", L"Wow64DisableWow64FsRedirection failed 0x1"},
-                                              {8, L"C::M", L"Wow64RevertWow64FsRedirection failed 0x57"}});
+    CHECK(log.Told(L"C::M") ==
+          L"W Wow64DisableWow64FsRedirection failed 0x1 / W Wow64RevertWow64FsRedirection failed 0x57");
 }
 
 TEST_CASE("on the real system a scope shows the native system folder and leaves the process as it was") {
-    wchar_t folder[MAX_PATH] = {};
-    ::GetSystemDirectoryW(folder, MAX_PATH);
-    const std::wstring file = std::wstring(folder) + L"\\prodrm-native.tmp";
-    const auto seen = [&] { return FileExists(file); };
+    const std::wstring file = L"C:\\windows\\system32\\prodrm-native.tmp";
     {
         const Wow64Redirection off(L"f");
-        ::CloseHandle(::CreateFileW(file.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, 0, nullptr));
+        WriteWhole(file, "");
         { const Wow64Redirection nested(L"f"); }
-        CHECK(seen());
+        CHECK(FileExists(file));
     }
-    CHECK(seen() == !UnderWow64());
+    CHECK(FileExists(file) == !UnderWow64());
     const Wow64Redirection off(L"f");
     CHECK(::DeleteFileW(file.c_str()));
 }

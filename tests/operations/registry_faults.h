@@ -15,60 +15,47 @@ public:
     std::wstring refusedOpen = L"?";   // opening a subkey that ends so is denied
     std::wstring refusedValue = L"?";  // so is deleting a value of this name
     DWORD listedValues = MAXDWORD;     // enumeration of values breaks behind so many
+    DWORD listedKeys = MAXDWORD;       // and that of subkeys
     int openKeys = 0;                  // opened and not closed
     std::vector<REGSAM> access;        // of each open, in order
 
-    RegistryFaults() { s_current = this; }
-    ~RegistryFaults() { s_current = nullptr; }
-
 private:
-    static LONG WINAPI Open(HKEY key, LPCWSTR subkey, DWORD options, REGSAM access, HKEY* result) {
-        s_current->access.push_back(access);
-        if (std::wstring_view(subkey).ends_with(s_current->refusedOpen)) {
-            return ERROR_ACCESS_DENIED;
-        }
-        const LONG error = s_current->m_open.Original<decltype(&Open)>()(key, subkey, options, access, result);
-        s_current->openKeys += error == ERROR_SUCCESS;
-        return error;
-    }
+    template <typename Function>
+    using Call = Played<Function, RegistryFaults>;
 
-    static LONG WINAPI Close(HKEY key) {
-        --s_current->openKeys;
-        return s_current->m_close.Original<decltype(&Close)>()(key);
-    }
-
+    Call<decltype(&::RegOpenKeyExW)> m_open{
+        "RegOpenKeyExW", [this](HKEY key, LPCWSTR subkey, DWORD options, REGSAM wanted, HKEY* result) {
+            access.push_back(wanted);
+            const LONG error = std::wstring_view(subkey).ends_with(refusedOpen)
+                                   ? ERROR_ACCESS_DENIED
+                                   : m_open.Real(key, subkey, options, wanted, result);
+            openKeys += error == ERROR_SUCCESS;
+            return error;
+        }};
+    Call<decltype(&::RegCloseKey)> m_close{"RegCloseKey", [this](HKEY key) { return --openKeys, m_close.Real(key); }};
     // Leaves the lengths as the caller set them.
-    static LONG WINAPI QueryInfo(HKEY, LPWSTR, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*, DWORD*,
-                                 FILETIME*) {
-        return ERROR_SUCCESS;
-    }
-
-    static LONG WINAPI EnumValue(HKEY key, DWORD index, LPWSTR name, DWORD* nameChars, DWORD* reserved, DWORD* type,
-                                 BYTE* data, DWORD* dataBytes) {
-        if (index >= s_current->listedValues) {
-            return ERROR_GEN_FAILURE;
-        }
-        DWORD unused = MAXDWORD;
-        DWORD& dataSize = dataBytes != nullptr ? *dataBytes : unused;
-        constexpr DWORD kAsked = 300;  // of both buffers, where the system may tell of one only
-        if (*nameChars <= kAsked || dataSize <= kAsked) {
-            *nameChars = dataSize = kAsked;
-            return ERROR_MORE_DATA;
-        }
-        return s_current->m_enumValue.Original<decltype(&EnumValue)>()(key, index, name, nameChars, reserved, type,
-                                                                       data, dataBytes);
-    }
-
-    static LONG WINAPI DeleteValue(HKEY key, LPCWSTR name) {
-        return name == s_current->refusedValue ? ERROR_ACCESS_DENIED
-                                               : s_current->m_deleteValue.Original<decltype(&DeleteValue)>()(key, name);
-    }
-
-    inline static RegistryFaults* s_current = nullptr;
-
-    ImportPatch m_open = {"RegOpenKeyExW", &Open};
-    ImportPatch m_close = {"RegCloseKey", &Close};
-    ImportPatch m_queryInfo = {"RegQueryInfoKeyW", &QueryInfo};
-    ImportPatch m_enumValue = {"RegEnumValueW", &EnumValue};
-    ImportPatch m_deleteValue = {"RegDeleteValueW", &DeleteValue};
+    Call<decltype(&::RegQueryInfoKeyW)> m_query{"RegQueryInfoKeyW", [](auto...) { return LONG{ERROR_SUCCESS}; }};
+    Call<decltype(&::RegEnumValueW)> m_enumValue{
+        "RegEnumValueW", [this](HKEY key, DWORD index, LPWSTR name, DWORD* nameChars, DWORD* reserved, DWORD* type,
+                                BYTE* data, DWORD* dataBytes) {
+            if (index >= listedValues) {
+                return LONG{ERROR_GEN_FAILURE};
+            }
+            DWORD unused = MAXDWORD;
+            DWORD& dataSize = dataBytes != nullptr ? *dataBytes : unused;
+            constexpr DWORD kAsked = 300;  // of both buffers, where the system may tell of one only
+            if (*nameChars <= kAsked || dataSize <= kAsked) {
+                *nameChars = dataSize = kAsked;
+                return LONG{ERROR_MORE_DATA};
+            }
+            return m_enumValue.Real(key, index, name, nameChars, reserved, type, data, dataBytes);
+        }};
+    Call<decltype(&::RegEnumKeyExW)> m_enumKey{"RegEnumKeyExW", [this](HKEY key, DWORD index, auto... more) {
+                                                   return index >= listedKeys ? LONG{ERROR_GEN_FAILURE}
+                                                                              : m_enumKey.Real(key, index, more...);
+                                               }};
+    Call<decltype(&::RegDeleteValueW)> m_deleteValue{"RegDeleteValueW", [this](HKEY key, LPCWSTR name) {
+                                                         return name == refusedValue ? LONG{ERROR_ACCESS_DENIED}
+                                                                                     : m_deleteValue.Real(key, name);
+                                                     }};
 };

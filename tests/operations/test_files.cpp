@@ -1,193 +1,173 @@
+// Files, folders and shortcuts.
+
 #include <windows.h>
 
 #include <doctest/doctest.h>
 
+#include <sys/stat.h>
+#include <cerrno>
+
 #include "foundation/CWow64.h"
-#include "foundation/log_statement.h"
 #include "operations/COperations.h"
 #include "operations/keep_chosen.h"
+#include "support/com_scope.h"
 #include "support/import_patch.h"
 #include "support/recorded_log.h"
 #include "support/registry_sandbox.h"
+#include "support/shell_link.h"
 #include "support/temp_folder.h"
 
 namespace {
 
-using Paths = std::vector<std::wstring>;
+// A folder, for which DIR stands, with its log and a restart list.
+struct Bench {
+    std::wstring Left() const { return Joined(folder.Tree(), L" "); }
+    std::wstring Nick(const Lines& lines) const { return Nicknames{{L"DIR", folder.Path()}}.Nick(Joined(lines, L" ")); }
+    bool Logged(const std::wstring& line) const { return log.Has(Replaced(line, L"DIR", folder.Path())); }
 
-// Why the system refuses the folder "closed".
-DWORD g_refusal = 0;
-
-HANDLE WINAPI RefuseToList(const wchar_t* path, WIN32_FIND_DATAW* data) {
-    if (std::wstring_view(path).ends_with(L"\\closed\\*.*")) {
-        ::SetLastError(g_refusal);
-        return INVALID_HANDLE_VALUE;
-    }
-    return ::FindFirstFileExW(path, FindExInfoStandard, data, FindExSearchNameMatch, nullptr, 0);
-}
-
-bool g_searching = false;
-decltype(&::FindClose) g_findClose = nullptr;
-
-BOOL WINAPI EndSearch(HANDLE find) {
-    g_searching = false;
-    return g_findClose(find);
-}
-
-BOOL WINAPI RefuseToRemove(const wchar_t*) {
-    ::SetLastError(g_searching ? ERROR_SHARING_VIOLATION : g_refusal);
-    return FALSE;
-}
+    TempFolder folder;
+    RecordedLog log;
+    RestartList restart;
+    COperations operations{&restart};
+};
 
 }  // namespace
 
-TEST_CASE("a folder goes with all it holds, read-only entries included") {
-    const TempFolder folder;
-    folder.MakeFolder(L"top\\empty");
-    const std::wstring file = folder.WriteFile(L"top\\sub\\deep\\file.txt");
-    ::SetFileAttributesW(file.c_str(), FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
-    folder.WriteFile(L"topmost.txt");
-    RestartList restart;
-    CHECK(COperations(&restart).DelFolder(folder.Path(L"top"), nullptr) == _ERROR_SUCCESS);
-    CHECK(folder.Tree() == Paths{L"topmost.txt"});
-    CHECK(restart.Empty());
-}
+TEST_CASE("a folder goes with all it holds, and what cannot go waits for the restart, once, in the order of the walk") {
+    Bench bench;
+    bench.folder.MakeFolder(L"top\\empty");
+    ::SetFileAttributesW(bench.folder.WriteFile(L"top\\sub\\deep\\file.txt").c_str(),
+                         FILE_ATTRIBUTE_READONLY | FILE_ATTRIBUTE_HIDDEN);
+    bench.folder.WriteFile(L"topmost.txt");
+    CHECK(bench.operations.DelFolder(bench.folder.Path(L"top"), nullptr) == _ERROR_SUCCESS);
+    CHECK(bench.Left() == L"topmost.txt");
+    CHECK(bench.restart.Empty());
 
-TEST_CASE("what cannot go waits for the restart, once, in the order of the walk") {
-    const TempFolder folder;
-    const RecordedLog log;
-    const std::wstring locked = folder.WriteFile(L"top\\a\\locked");
-    folder.WriteFile(L"top\\a\\next\\free");
-    folder.WriteFile(L"top\\z");
+    const std::wstring locked = bench.folder.WriteFile(L"top\\a\\locked");
+    bench.folder.WriteFile(L"top\\a\\next\\free");
+    bench.folder.WriteFile(L"top\\z");
     const OwnedFileHandle hold = HoldFile(locked);
-
-    RestartList restart;
-    COperations operations(&restart);
-    CHECK(operations.DelFolder(folder.Path(L"top"), nullptr) == _ERROR_SUCCESS);
-    CHECK(operations.DelFile(locked, nullptr) == _ERROR_FAILED);
+    CHECK(bench.operations.DelFolder(bench.folder.Path(L"top"), nullptr) == _ERROR_SUCCESS);
+    CHECK(bench.operations.DelFile(locked, nullptr) == _ERROR_FAILED);
     CHECK(COperations().DelFile(locked, nullptr) == _ERROR_FAILED);
-
-    CHECK(folder.Tree() == Paths{L"top\\", L"top\\a\\", L"top\\a\\locked"});
-    CHECK(restart.Paths() == Paths{locked, folder.Path(L"top\\a"), folder.Path(L"top")});
-    CHECK(log.Count(kInfo, L"COperations::AddRestartDel", L"\"" + locked + L"\"") == 1);
-    CHECK(log.Count(kWarning, L"COperations::DelFile", L"failed \"" + locked + L"\"") == 3);
-    CHECK(log.Has(kError, L"COperations::DelFolderRec", L"failed \"" + folder.Path(L"top") + L"\". last error 0x91"));
+    CHECK(bench.Left() == LR"(top\ top\a\ top\a\locked topmost.txt)");
+    CHECK(bench.Nick(bench.restart.Paths()) == LR"(DIR\top\a\locked DIR\top\a DIR\top)");
+    CHECK(bench.log.Count(L"I COperations::AddRestartDel: \"" + locked + L"\"") == 1);
+    CHECK(bench.log.Count(L"W COperations::DelFile: failed \"" + locked + L"\"") == 3);
+    CHECK(bench.Logged(LR"(E COperations::DelFolderRec: failed "DIR\top". last error 0x91)"));
 }
 
 TEST_CASE("what a product that stays uses is kept with the folders above it") {
-    const TempFolder folder;
+    Bench bench;
     for (const wchar_t* file : {L"a\\other", L"a\\used", L"b\\inner\\one", L"c\\two"}) {
-        folder.WriteFile(file);
+        bench.folder.WriteFile(file);
     }
-    KeepChosen used({L"file " + folder.Path(L"a\\used"), L"folder " + folder.Path(L"b")});
-    RestartList restart;
-    CHECK(COperations(&restart).DelFolder(folder.Path(), &used) == _ERROR_SUCCESS);
-    CHECK(folder.Tree() == Paths{L"a\\", L"a\\used", L"b\\", L"b\\inner\\", L"b\\inner\\one"});
-    CHECK(restart.Empty());
+    KeepChosen used({L"file " + bench.folder.Path(L"a\\used"), L"folder " + bench.folder.Path(L"b")});
+    CHECK(bench.operations.DelFolder(bench.folder.Path(), &used) == _ERROR_SUCCESS);
+    CHECK(bench.Left() == LR"(a\ a\used b\ b\inner\ b\inner\one)");
+    CHECK(bench.restart.Empty());
     // The uppermost folder is asked for twice.
-    CHECK(used.asked == Paths{L"folder " + folder.Path(), L"folder " + folder.Path(), L"folder " + folder.Path(L"a"),
-                              L"file " + folder.Path(L"a\\other"), L"file " + folder.Path(L"a\\used"),
-                              L"folder " + folder.Path(L"b"), L"folder " + folder.Path(L"c"),
-                              L"file " + folder.Path(L"c\\two")});
+    CHECK(bench.Nick(used.asked) ==
+          LR"(folder DIR folder DIR folder DIR\a file DIR\a\other file DIR\a\used )"
+          LR"(folder DIR\b folder DIR\c file DIR\c\two)");
 }
 
-TEST_CASE("missing things and things of the wrong kind") {
-    const TempFolder folder;
-    const RecordedLog log;
-    const std::wstring file = folder.WriteFile(L"file");
-    const std::wstring missing = folder.Path(L"missing");
-    RestartList restart;
-    COperations operations(&restart);
+TEST_CASE("missing things, things of the wrong kind and things that cannot be asked for") {
+    Bench bench;
+    const std::wstring file = bench.folder.WriteFile(L"file");
+    const std::wstring missing = bench.folder.Path(L"missing");
     for (const std::wstring& path : {missing, missing + L"\\file"}) {
-        CHECK(operations.DelFile(path, nullptr) == _ERROR_NOT_FOUND);
-        CHECK(operations.CheckFile(path) == _ERROR_NOT_FOUND);
+        CHECK(bench.operations.DelFile(path, nullptr) == _ERROR_NOT_FOUND);
+        CHECK(bench.operations.CheckFile(path) == _ERROR_NOT_FOUND);
     }
-    CHECK(operations.CheckFolder(missing) == _ERROR_NOT_FOUND);
-    CHECK(operations.DelFolder(file, nullptr) == _ERROR_NOT_FOUND);
-    CHECK(operations.CheckFile(folder.Path()) == _ERROR_SUCCESS);
-    CHECK(operations.CheckFolder(file) == _ERROR_NOT_FOUND);
+    CHECK(bench.operations.CheckFolder(missing) == _ERROR_NOT_FOUND);
+    CHECK(bench.operations.DelFolder(file, nullptr) == _ERROR_NOT_FOUND);
+    CHECK(bench.operations.CheckFile(bench.folder.Path()) == _ERROR_SUCCESS);
+    CHECK(bench.operations.CheckFolder(file) == _ERROR_NOT_FOUND);
     CHECK(FileExists(file));
-    CHECK(restart.Empty());
-    CHECK(log.Has(kWarning, L"COperations::DelFile", L"failed " + missing + L" ERROR_FILE_NOT_FOUND"));
-    CHECK(log.Has(kError, L"COperations::CheckFolder", L"\"" + missing + L"\" 0xffffffff, ERROR_NOT_FOUND"));
-    CHECK(log.Has(kWarning, L"COperations::DelFolderRec", L"\"" + file + L"\" path isn't a directory"));
+    CHECK(bench.restart.Empty());
+    CHECK(bench.Logged(L"W COperations::DelFile: failed DIR\\missing ERROR_FILE_NOT_FOUND"));
+    CHECK(bench.Logged(L"E COperations::CheckFolder: \"DIR\\missing\" 0xffffffff, ERROR_NOT_FOUND"));
+    CHECK(bench.Logged(L"W COperations::DelFolderRec: \"DIR\\file\" path isn't a directory"));
+    const ImportPatch refused(
+        "_wstat64", +[](const wchar_t*, struct _stat64*) { return errno = EACCES, -1; });
+    CHECK(bench.operations.CheckFile(file) == _ERROR_FAILED);
+    CHECK(bench.Logged(LR"(E COperations::CheckFile: _tstat for "DIR\file" failed 0xffffffff, errno=0xd)"));
 }
 
 TEST_CASE("an expansion lists its root first, resets its attributes and passes over what it cannot open") {
-    const TempFolder folder;
-    const RecordedLog log;
-    const std::wstring closed = folder.MakeFolder(L"closed");
-    const std::wstring inner = folder.WriteFile(L"open\\inner");
-    const std::wstring last = folder.WriteFile(L"z");
+    Bench bench;
+    const std::wstring closed = bench.folder.MakeFolder(L"closed");
+    bench.folder.WriteFile(L"open\\inner");
+    const std::wstring last = bench.folder.WriteFile(L"z");
     ::SetFileAttributesW(last.c_str(), FILE_ATTRIBUTE_READONLY);
-    const ImportPatch list("FindFirstFileW", &RefuseToList);
-    g_refusal = ERROR_ACCESS_DENIED;
-
-    Paths folders;
-    Paths files;
-    const COperations operations;
-    CHECK(operations.ExpandFolder(folder.Path(), folders, files) == _ERROR_SUCCESS);
-    CHECK(operations.ExpandFolder(last, folders, files) == _ERROR_NOT_FOUND);
-    CHECK(folders == Paths{folder.Path(), closed, folder.Path(L"open"), last});
-    CHECK(files == Paths{inner, last});
+    PLAY(FindFirstFileW, [&](LPCWSTR path, WIN32_FIND_DATAW* data) {
+        ::SetLastError(ERROR_ACCESS_DENIED);
+        return path == closed + L"\\*.*" ? INVALID_HANDLE_VALUE : played_FindFirstFileW.Real(path, data);
+    });
+    Lines folders;
+    Lines files;
+    CHECK(bench.operations.ExpandFolder(bench.folder.Path(), folders, files) == _ERROR_SUCCESS);
+    CHECK(bench.operations.ExpandFolder(last, folders, files) == _ERROR_NOT_FOUND);
+    CHECK(bench.Nick(folders) == LR"(DIR DIR\closed DIR\open DIR\z)");
+    CHECK(bench.Nick(files) == LR"(DIR\open\inner DIR\z)");
     CHECK((::GetFileAttributesW(last.c_str()) & FILE_ATTRIBUTE_READONLY) == 0);
-    CHECK(
-        log.Has(kWarning, L"COperations::ExpandFolderRec", L"error _ERROR_UNKNOWN expand folder \"" + closed + L"\""));
+    CHECK(bench.Logged(LR"(W COperations::ExpandFolderRec: error _ERROR_UNKNOWN expand folder "DIR\closed")"));
 }
 
 TEST_CASE("folders that the system refuses to list or to remove") {
-    const TempFolder folder;
-    const RecordedLog log;
-    const std::wstring closed = folder.MakeFolder(L"top\\closed");
-    folder.WriteFile(L"top\\file");
-    RestartList restart;
-    COperations operations(&restart);
+    Bench bench;
+    const std::wstring closed = bench.folder.MakeFolder(L"top\\closed");
+    bench.folder.WriteFile(L"top\\file");
+    DWORD refusal = ERROR_FILE_NOT_FOUND;
     {
-        const ImportPatch list("FindFirstFileW", &RefuseToList);
-        g_refusal = ERROR_FILE_NOT_FOUND;
-        CHECK(operations.DelFolder(closed, nullptr) == _ERROR_NOT_FOUND);
-        g_refusal = ERROR_ACCESS_DENIED;
-        CHECK(operations.DelShortcut(closed, L"x", false, nullptr) == _ERROR_UNKNOWN);
-        CHECK(operations.DelFolder(folder.Path(L"top"), nullptr) == _ERROR_SUCCESS);
+        PLAY(FindFirstFileW, [&](LPCWSTR path, WIN32_FIND_DATAW* data) {
+            ::SetLastError(refusal);
+            return path == closed + L"\\*.*" ? INVALID_HANDLE_VALUE : played_FindFirstFileW.Real(path, data);
+        });
+        CHECK(bench.operations.DelFolder(closed, nullptr) == _ERROR_NOT_FOUND);
+        refusal = ERROR_ACCESS_DENIED;
+        CHECK(bench.operations.DelShortcut(closed, L"x", false, nullptr) == _ERROR_UNKNOWN);
+        CHECK(bench.operations.DelFolder(bench.folder.Path(L"top"), nullptr) == _ERROR_SUCCESS);
     }
-    CHECK(folder.Tree() == Paths{L"top\\", L"top\\closed\\"});
-    CHECK(restart.Paths() == Paths{closed, folder.Path(L"top")});
-    for (const wchar_t* const caller : {L"COperations::DelFolderRec", L"COperations::DelShortcutRec"}) {
-        CHECK(log.Count(kError, caller, L"FindFirstFile \"" + closed + L"\" failed 0x5") == 1);
-    }
+    CHECK(bench.Left() == LR"(top\ top\closed\)");
+    CHECK(bench.Nick(bench.restart.Paths()) == LR"(DIR\top\closed DIR\top)");
+    CHECK(bench.Logged(LR"(E COperations::DelFolderRec: FindFirstFile "DIR\top\closed" failed 0x5)"));
+    CHECK(bench.Logged(LR"(E COperations::DelShortcutRec: FindFirstFile "DIR\top\closed" failed 0x5)"));
 
-    const ImportPatch remove("RemoveDirectoryW", &RefuseToRemove);
-    const ImportPatch close("FindClose", &EndSearch);
-    g_findClose = close.Original<decltype(g_findClose)>();
+    // A folder is removed when no search holds it any more.
+    bool searching = true;
+    REFUSE(RemoveDirectoryW, FALSE, searching ? ERROR_SHARING_VIOLATION : refusal);
+    PLAY(FindClose, [&](HANDLE find) {
+        searching = false;
+        return played_FindClose.Real(find);
+    });
     for (const DWORD error : {ERROR_PATH_NOT_FOUND, ERROR_INVALID_NAME, ERROR_SHARING_VIOLATION}) {
         RestartList one;
-        g_refusal = error;
-        g_searching = true;
+        refusal = error;
+        searching = true;
         CHECK(COperations(&one).DelFolder(closed, nullptr) == _ERROR_SUCCESS);
         CHECK(one.Empty() == (error != ERROR_SHARING_VIOLATION));
     }
 }
 
-TEST_CASE("the native system folder is meant under WOW64, and the state found comes back") {
-    if (!UnderWow64()) {
-        MESSAGE("skipped: no redirection without WOW64");
-        return;
-    }
+TEST_CASE("the native system folder is meant under WOW64, and the state found comes back" *
+          doctest::skip(!UnderWow64())) {
     const std::wstring path = L"C:\\windows\\system32\\prodrm-redirected";
     const std::wstring file = path + L"\\file";
     const auto make = [&] {
         ::CreateDirectoryW(path.c_str(), nullptr);
-        ::CopyFileW(L"C:\\windows\\win.ini", file.c_str(), FALSE);
+        WriteWhole(file, "");
     };
     make();
     COperations operations;
-    Paths listed;
+    Lines listed;
     CHECK(operations.CheckFile(file) == _ERROR_NOT_FOUND);
     CHECK(operations.DelFile(file, nullptr) == _ERROR_NOT_FOUND);
     CHECK(operations.DelShortcut(path, L"x", false, nullptr) == _ERROR_NOT_FOUND);
     CHECK(operations.CheckShortcut(path, L"x", false) == _ERROR_NOT_FOUND);
     CHECK(operations.ExpandShortcut(path, L"x", false, listed) == _ERROR_SUCCESS);
-    CHECK(listed == Paths{path});
+    CHECK(listed == Lines{path});
     CHECK(operations.ExpandFolder(path, listed, listed) == _ERROR_NOT_FOUND);
     {
         const Wow64Redirection off(L"");
@@ -198,4 +178,60 @@ TEST_CASE("the native system folder is meant under WOW64, and the state found co
     CHECK(operations.CheckFolder(path) == _ERROR_NOT_FOUND);
     CHECK(FileExists(file));
     RemoveTree(path);
+}
+
+TEST_CASE("shortcuts: a target is compared whole, or by its file name; the last thing looked at gives the result") {
+    Bench bench;
+    const ComScope com;
+    const std::wstring path = bench.folder.Path();
+    bench.folder.MakeFolder(L"sub");
+    for (const Lines& link : Rows(LR"(
+a.lnk | C:\Tools\app.exe
+b.LNK | C:\Other\APP.EXE
+c.lnk | C:\Tools\app.exe.config
+d.link | C:\Tools\app.exe
+sub\e.lnk | C:\Tools\app.exe
+)",
+                                  2)) {
+        MakeLink(bench.folder.Path(link[0]), link[1]);
+    }
+    bench.folder.WriteFile(L"broken.lnk", "no link");
+    Lines listed;
+    CHECK(bench.operations.ExpandShortcut(path, L"app.exe", true, listed) == _ERROR_SUCCESS);
+    CHECK(listed.empty());
+    CHECK(bench.operations.ExpandShortcut(path, L"App.exe", false, listed) == _ERROR_SUCCESS);
+    CHECK(bench.Nick(listed) == LR"(DIR\a.lnk DIR\b.LNK DIR\sub\e.lnk)");
+    CHECK(bench.operations.CheckShortcut(path, L"nothing", false) == _ERROR_SUCCESS);
+
+    const std::wstring target = L"c:\\tools\\APP.exe";
+    const std::wstring first = bench.folder.Path(L"a.lnk");
+    {
+        // Others may read both, so that the targets can be compared.
+        const OwnedFileHandle holdFirst = HoldFile(first, FILE_SHARE_READ);
+        {
+            const OwnedFileHandle holdLast = HoldFile(bench.folder.Path(L"sub\\e.lnk"), FILE_SHARE_READ);
+            CHECK(bench.operations.DelShortcut(path, target, true, nullptr) == _ERROR_FAILED);
+        }
+        CHECK(bench.operations.DelShortcut(path, target, true, nullptr) == _ERROR_SUCCESS);
+    }
+    CHECK(bench.Nick(bench.restart.Paths()) == LR"(DIR\a.lnk DIR\sub\e.lnk)");
+    KeepChosen used({L"file " + first});
+    CHECK(bench.operations.DelShortcut(path, target, true, &used) == _ERROR_SUCCESS);
+    CHECK(used.asked == Lines{L"file " + first});
+    CHECK(bench.Left() == LR"(a.lnk b.LNK broken.lnk c.lnk d.link sub\)");
+    CHECK(bench.operations.DelShortcut(path, L"app.exe", false, nullptr) == _ERROR_SUCCESS);
+    CHECK(bench.Left() == LR"(broken.lnk c.lnk d.link sub\)");
+    CHECK(bench.Logged(LR"(E COperations::DelShortcutRec: GetLinkInfo "DIR\broken.lnk" failed 0x80004005)"));
+
+    // A path that is no folder is acted on unread.
+    const std::wstring file = bench.folder.Path(L"d.link");
+    const std::wstring missing = bench.folder.Path(L"missing");
+    listed.clear();
+    CHECK(bench.operations.CheckShortcut(file, L"x", true) == _ERROR_SUCCESS);
+    CHECK(bench.operations.ExpandShortcut(missing, L"x", true, listed) == _ERROR_SUCCESS);
+    CHECK(listed == Lines{missing});
+    CHECK(bench.operations.CheckShortcut(missing, L"x", true) == _ERROR_NOT_FOUND);
+    CHECK(bench.operations.DelShortcut(missing, L"x", true, nullptr) == _ERROR_NOT_FOUND);
+    CHECK(bench.operations.DelShortcut(file, L"x", true, nullptr) == _ERROR_SUCCESS);
+    CHECK(bench.Left() == LR"(broken.lnk c.lnk sub\)");
 }

@@ -3,9 +3,6 @@
 
 #include <doctest/doctest.h>
 
-#include <process.h>
-
-#include "foundation/log_statement.h"
 #include "operations/CForceDelFile.h"
 #include "operations/COperations.h"
 #include "support/import_patch.h"
@@ -15,18 +12,11 @@
 
 namespace {
 
-using Paths = std::vector<std::wstring>;
-
-Paths g_deleted;
+Lines g_deleted;
 
 NTSTATUS NTAPI RecordDeletion(OBJECT_ATTRIBUTES* attributes) {
     g_deleted.emplace_back(attributes->ObjectName->Buffer, attributes->ObjectName->Length / sizeof(wchar_t));
     return attributes->RootDirectory == nullptr && attributes->Attributes == 0 ? 0 : -1;
-}
-
-HMODULE WINAPI RefuseLibrary(const wchar_t*) {
-    ::SetLastError(ERROR_MOD_NOT_FOUND);
-    return nullptr;
 }
 
 }  // namespace
@@ -40,7 +30,7 @@ TEST_CASE("object paths go to the native layer unchanged, others converted") {
     for (const wchar_t* path : {L"\\??\\C:\\x\\.", L"\\dosDEVICES\\C:\\x", L"C:\\a\\..\\x", L""}) {
         CHECK(CForceDelFile::Delete(path) == _ERROR_SUCCESS);
     }
-    CHECK(g_deleted == Paths{L"\\??\\C:\\x\\.", L"\\dosDEVICES\\C:\\x", L"\\??\\C:\\x", L""});
+    CHECK(Joined(g_deleted, L" ") == LR"(\??\C:\x\. \dosDEVICES\C:\x \??\C:\x )");
 
     REQUIRE(CForceDelFile::Init() == _ERROR_SUCCESS);
     const TempFolder folder;
@@ -59,10 +49,10 @@ TEST_CASE("the native deletion of a held file runs only where binding failed") {
     g_deleted.clear();
     CHECK(COperations().DelFile(file, nullptr) == _ERROR_FAILED);
     CHECK(g_deleted.empty());
-    const ImportPatch noLibrary("LoadLibraryW", &RefuseLibrary);
+    REFUSE(LoadLibraryW, nullptr, ERROR_MOD_NOT_FOUND);
     CHECK(COperations().DelFile(file, nullptr) == _ERROR_FAILED);
-    CHECK(g_deleted == Paths{L"\\??\\" + file});
-    CHECK(log.Has(kError, L"CForceDelFile::Init", L"failed LoadLibrary 0x7e"));
+    CHECK(g_deleted == Lines{L"\\??\\" + file});
+    CHECK(log.Has(L"E CForceDelFile::Init: failed LoadLibrary 0x7e"));
 }
 
 // Run by the test below in a process of its own: nothing could bind again after it.
@@ -73,11 +63,9 @@ TEST_CASE("child: a binding that stopped half-way is final" * doctest::skip()) {
         CHECK(CForceDelFile::Init() == _ERROR_UNKNOWN);
     }
     CHECK(CForceDelFile::Init() == _ERROR_UNKNOWN);
-    CHECK(log.Lines() == std::vector<LogLine>{{kError, L"CForceDelFile::Init",
-                                               L"failed GetProcAddress RtlDosPathNameToNtPathName_U 7f"}});
+    CHECK(Joined(log.Texts()) == L"E CForceDelFile::Init: failed GetProcAddress RtlDosPathNameToNtPathName_U 7f");
 }
 
 TEST_CASE("a binding that stopped half-way is final") {
-    CHECK(::_wspawnl(_P_WAIT, BesideTest(L"test_operations.exe").c_str(), L"test_operations", L"--no-skip",
-                     L"--out=nul", L"--test-case=child:*half-way*", nullptr) == 0);
+    CHECK(RunChild(L"child:*half-way*") == 0);
 }

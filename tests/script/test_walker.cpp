@@ -6,23 +6,17 @@
 
 #include "script/CProductConfig.h"
 #include "support/com_scope.h"
-#include "support/import_patch.h"
+#include "support/notifications.h"
 #include "support/recorded_log.h"
 #include "support/registry_sandbox.h"
 #include "support/script_builder.h"
 
 namespace {
 
-Lines g_events;
-void __cdecl Hear(LONG event, LONG result, LONG_PTR value) {
-    CHECK(value == 0);
-    g_events.push_back(std::to_wstring(event) + L'/' + std::to_wstring(result));
-}
-
 // Keeps what the walk hands to the handlers. An element with the attribute "fail" fails.
 class Recorder : public CProductConfig {
 public:
-    explicit Recorder(NotifyCallback notify = &Hear) : CProductConfig(L"a.xml", notify) { g_events.clear(); }
+    Recorder() : CProductConfig(L"a.xml", &Notifications::Hear) { Notifications::Clear(); }
 
     bool Walk(const std::wstring& text) {
         const ArrivingText arriving(text);
@@ -39,19 +33,8 @@ protected:
         return CProductConfig::ProcessNTVersion(version, appPath);
     }
     bool ProcessDelFile(const Map& map, const std::wstring&) override { return Keep(L"DelFile", map); }
-    bool ProcessDelFolder(const Map& map, const std::wstring&) override { return Keep(L"DelFolder", map); }
-    bool ProcessDelShortcut(const Map& map, const std::wstring&) override { return Keep(L"DelShortcut", map); }
-    bool ProcessDelRegKey(const Map& map, const std::wstring&) override { return Keep(L"DelRegKey", map); }
-    bool ProcessDelRegVal(const Map& map, const std::wstring&) override { return Keep(L"DelRegVal", map); }
     bool ProcessKillProcess(const Map& map, const std::wstring&) override { return Keep(L"KillProcess", map); }
-    bool ProcessExecTool(const Map& map, const std::wstring&) override { return Keep(L"ExecTool", map); }
     bool ProcessSleep(int) override { return Keep(L"Sleep", {}); }
-    bool ProcessDisableDriver(const Map& map, const std::wstring&) override { return Keep(L"DisableDriver", map); }
-    bool ProcessDisableService(const Map& map, const std::wstring&) override { return Keep(L"DisableService", map); }
-    bool ProcessDisableAndStopDriver(const Map& map, const std::wstring&) override { return Keep(L"StopDriver", map); }
-    bool ProcessDisableAndStopService(const Map& map, const std::wstring&) override {
-        return Keep(L"StopService", map);
-    }
 
 private:
     bool Keep(std::wstring call, const Map& map) {
@@ -63,11 +46,6 @@ private:
     }
 };
 
-HRESULT WINAPI RefuseInstance(REFCLSID, IUnknown*, DWORD, REFIID, void**) {
-    ::SetLastError(0x57);
-    return E_FAIL;
-}
-
 }  // namespace
 
 TEST_CASE("the walker's own road ends where its document is to be loaded") {
@@ -75,175 +53,127 @@ TEST_CASE("the walker's own road ends where its document is to be loaded") {
     RecordedLog log;
     Recorder recorder;
     CHECK_FALSE(recorder.Process());
-    CHECK(g_events == Lines{L"1/1"});
-    Lines lines = log.Of(L"CProductConfig::Process");
-    REQUIRE(lines.size() == 2);
-    CHECK(lines[0] == L"16 \"a.xml\"");
-    CHECK(lines[1].starts_with(L"4 load \"a.xml\" failed 0x"));
+    CHECK(Notifications::Heard() == L"1/1");
+    CHECK(log.Told(L"CProductConfig::Process").starts_with(L"I \"a.xml\" / E load \"a.xml\" failed 0x"));
     CHECK(log.Lines().size() == 2);
 
     log.Clear();
-    g_events.clear();
-    const ImportPatch refused("CoCreateInstance", &RefuseInstance);
+    Notifications::Clear();
+    REFUSE(CoCreateInstance, E_FAIL, 0x57);
     CHECK_FALSE(recorder.Process());
-    CHECK(g_events == Lines{L"1/3"});
-    lines = {L"16 \"a.xml\"", L"4 CoCreateInstance CLSID_DOMDocument30 failed 0x57"};
-    CHECK(log.Of(L"CProductConfig::Process") == lines);
+    CHECK(Notifications::Heard() == L"1/3");
+    CHECK(log.Told(L"CProductConfig::Process") == L"I \"a.xml\" / E CoCreateInstance CLSID_DOMDocument30 failed 0x57");
 }
 
 TEST_CASE("the versions walked are those of the list, in its order and by name") {
     const std::wstring elements = L"<b><win_nt/></b><a><win_nt/></a><c><win_nt/></c><d/>";
-    const Lines a = {L"16 ->ProcessVersion a", L"16 <-ProcessVersion a, result = true"};
-    const Lines ab = {a[0], a[1], L"16 ->ProcessVersion b", L"16 <-ProcessVersion b, result = true"};
-    const Lines da = {L"16 ->ProcessVersion d", L"16 <-ProcessVersion d, result = false", a[0], a[1]};
-    const struct {
-        const wchar_t* listed;
-        Lines lines;
-    } rows[] = {
-        {L"<a x='y'>z</a><b/>", ab},
-        {L"<A/><a/>", {L"8 the xml doesn't have <A>", a[0], a[1]}},
-        {L"<!--a--><a/>", {L"8 the xml doesn't have <#comment>", a[0], a[1]}},
-        {L"<a/><a/>", {a[0], a[1], a[0], a[1]}},
-        {L"<d/><a/>", da},  // a version that fails does not stop the next one
-        {L"<e/>", {L"8 the xml doesn't have <e>"}},
-        {L"", {}},
-    };
     const ComScope com;
     RecordedLog log;
-    for (const auto& row : rows) {
+    // Columns: the list, the lines. A version that fails does not stop the next one.
+    for (const Lines& row : Rows(LR"(
+<a x='y'>z</a><b/> | I ->ProcessVersion a / I <-ProcessVersion a, result = true / I ->ProcessVersion b / I <-ProcessVersion b, result = true
+<A/><!--a--> | W the xml doesn't have <A> / W the xml doesn't have <#comment>
+<d/><d/> | I ->ProcessVersion d / I <-ProcessVersion d, result = false / I ->ProcessVersion d / I <-ProcessVersion d, result = false
+)",
+                                 2)) {
         log.Clear();
         Recorder recorder;
-        CHECK(recorder.Walk(Document(row.listed, elements)));  // whatever became of the versions
-        Lines lines = row.lines;
-        lines.insert(lines.begin(), L"16 \"a.xml\"");
-        lines.push_back(L"16 <- success");
-        CHECK(log.Of(L"CProductConfig::Process") == lines);
-        CHECK(log.Of(L"CProductConfig::ReadVersions").empty());
-        CHECK(g_events.empty());
+        CHECK(recorder.Walk(Document(row[0], elements)));  // whatever became of the versions
+        CHECK(log.Told(L"CProductConfig::Process") == L"I \"a.xml\" / " + row[1] + L" / I <- success");
+        CHECK(Notifications::events.empty());
     }
     log.Clear();
     Recorder recorder;
+    CHECK(recorder.Walk(Document(L"", elements)));
+    CHECK(log.Told(L"CProductConfig::Process") == L"I \"a.xml\" / I <- success");
     CHECK_FALSE(recorder.Walk(L"<uninstall_information>" + elements + L"</uninstall_information>"));
-    CHECK(log.Of(L"CProductConfig::ReadVersions") == Lines{L"4 failed load version_list 0x1"});
-    CHECK(g_events.empty());
+    CHECK(log.Told(L"CProductConfig::ReadVersions") == L"E failed load version_list 0x1");
+    CHECK(Notifications::events.empty());
     log.Clear();
     CHECK_FALSE(recorder.Walk(L"<information><version_list><a/></version_list>" + elements + L"</information>"));
-    CHECK(log.Of(L"CProductConfig::Process") ==
-          Lines{L"16 \"a.xml\"", L"4 failed load \"uninstall_information\" node 0x1", L"4 failed \"a.xml\""});
-    CHECK(g_events == Lines{L"0/2"});
+    CHECK(log.Told(L"CProductConfig::Process") ==
+          L"I \"a.xml\" / E failed load \"uninstall_information\" node 0x1 / E failed \"a.xml\"");
+    CHECK(Notifications::Heard() == L"0/2");
     CHECK(recorder.appPaths.empty());
 }
 
 TEST_CASE("the application path comes of a REG_SZ value, else of the install folder, else it is empty") {
     const RegistrySandbox sandbox;
-    const View native = UnderWow64() ? View::Bits64 : View::Default;
     const std::wstring longest(130, L'x');
-    sandbox.SetString(L"", L"text", L"D:\\App\\", native);
-    sandbox.SetString(L"", L"empty", L"", native);
-    sandbox.SetString(L"", L"129", longest.substr(1), native);
-    sandbox.SetString(L"", L"130", longest, native);
+    sandbox.SetString(L"", L"text", L"D:\\App\\");
+    sandbox.SetString(L"", L"empty", L"");
+    sandbox.SetString(L"", L"129", longest.substr(1));
+    sandbox.SetString(L"", L"130", longest);
     // What follows the data is no terminator, which the system would add.
-    sandbox.SetValue(L"", L"open end", REG_SZ, (longest + L"x").data(), 260, native);
-    sandbox.SetValue(L"", L"expand", REG_EXPAND_SZ, L"D:\\x", 10, native);
+    sandbox.SetValue(L"", L"open end", REG_SZ, (longest + L"x").data(), 260);
+    sandbox.SetValue(L"", L"expand", REG_EXPAND_SZ, L"D:\\x", 10);
     sandbox.SetString(L"", L"other", L"D:\\Other", View::Bits32);
-
-    const auto keyed = [&](const std::wstring& name) {
-        return L"<app_path key='" + sandbox.Path() + L"' name='" + name + L"'/><install_folder name='P'/>";
-    };
-    const auto unread = [&](const std::wstring& name) {
-        return Lines{L"4 error read \"" + sandbox.Path() + L"\" \"" + name + L"\", error = _ERROR_NOT_FOUND"};
-    };
-    const std::wstring folder = L"C:\\Program Files\\P";
-    const std::wstring noKey = L"4 error read \"hklm\\x\" \"n\", error = _ERROR_NOT_FOUND";
-    const Lines noNode = {L"4 can't load \"app_path\" node 0x1"};
-    const struct {
-        std::wstring content;
-        std::wstring appPath;
-        Lines lines;          // of GetAppPath
-        Lines folderLines{};  // of GetInstallFolder
-    } rows[] = {
-        {keyed(L"text"), L"D:\\App\\", {}},
-        {keyed(L"empty"), L"", {}},
-        {keyed(L"129"), longest.substr(1), {}},
-        {keyed(L"open end"), longest, {}},
-        {keyed(L"130"), folder, unread(L"130")},
-        {keyed(L"expand"), folder, unread(L"expand")},
-        {keyed(L"none"), folder, unread(L"none")},
-        {keyed(L"other"), UnderWow64() ? folder : L"D:\\Other", UnderWow64() ? unread(L"other") : Lines{}},
-        {L"<app_path key='hklm\\x' name='n'/><install_folder name=''/>", L"C:\\Program Files\\", {noKey}},
-        {L"<app_path name='n'/>", L"", {L"4 can't load \"key\" attribute"}, {L"4 can't load \"install_folder\" node"}},
-        {L"<app_path key='HKLM\\x'/><install_folder name='a\\..\\b'/>",
-         L"C:\\Program Files\\a\\..\\b",
-         {L"4 can't load \"name\" attribute"}},
-        {L"<install_folder/>", L"", noNode, {L"4 can't load \"name\" attribute"}},
-    };
+    const Nicknames parts = {{L"<P/>", L"<install_folder name='P'/>"},
+                             {L"PF", L"C:\\Program Files"},
+                             {L"KEY", sandbox.Path()},
+                             {L"129x", longest.substr(1)},
+                             {L"130x", longest},
+                             {L"NOFOLDER", L"can't load \"install_folder\" node"}};
     const ComScope com;
     RecordedLog log;
-    for (const auto& row : rows) {
+    // Columns: the version, its path, lines of GetAppPath, lines of GetInstallFolder.
+    for (Lines row : Rows(LR"(
+<app_path key='KEY' name='text'/> | D:\App\ |
+<app_path key='KEY' name='empty'/><P/> | |
+<app_path key='KEY' name='129'/><P/> | 129x |
+<app_path key='KEY' name='open end'/><P/> | 130x |
+<app_path key='KEY' name='130'/><P/> | PF\P | E error read "KEY" "130", error = _ERROR_NOT_FOUND
+<app_path key='KEY' name='expand'/><P/> | PF\P | E error read "KEY" "expand", error = _ERROR_NOT_FOUND
+64:<app_path key='KEY' name='other'/><P/> | PF\P | E error read "KEY" "other", error = _ERROR_NOT_FOUND
+<app_path key='hklm\x' name='n'/><install_folder name=''/> | PF\ | E error read "hklm\x" "n", error = _ERROR_NOT_FOUND
+<app_path name='n'/> | | E can't load "key" attribute | E NOFOLDER
+<app_path key='HKLM\x'/><install_folder name='a\..\b'/> | PF\a\..\b | E can't load "name" attribute
+<install_folder/> | | E can't load "app_path" node 0x1 | E can't load "name" attribute
+)",
+                          4)) {
+        if (row[0].starts_with(L"64:") && !UnderWow64()) {
+            continue;
+        }
+        for (std::wstring& cell : row) {
+            cell = parts.Real(cell);
+        }
+        INFO(Utf8(row[0]));
         log.Clear();
         Recorder recorder;
-        recorder.Walk(Document(L"<v/>", L"<v>" + row.content + L"</v>"));
-        CHECK(recorder.appPaths == Lines{row.appPath});
-        CHECK(log.Of(L"CProductConfig::GetAppPath") == row.lines);
-        CHECK(log.Of(L"CProductConfig::GetInstallFolder") == row.folderLines);
-        Lines told = {L"16 app_path = \"" + row.appPath + L"\""};
-        if (!row.folderLines.empty()) {
-            told.insert(told.begin(), L"4 can't load \"install_folder\" node");
-        }
-        if (!row.lines.empty()) {
-            told.insert(told.begin(), L"8 can't load app_path");
-        }
-        CHECK(log.Of(L"CProductConfig::ProcessVersion") == told);
+        recorder.Walk(Document(L"<v/>", L"<v>" + row[0].substr(row[0].find(L'<')) + L"</v>"));
+        CHECK(recorder.appPaths == Lines{row[1]});
+        CHECK(log.Told(L"CProductConfig::GetAppPath") == row[2]);
+        CHECK(log.Told(L"CProductConfig::GetInstallFolder") == row[3]);
+        CHECK(log.Told(L"CProductConfig::ProcessVersion") == (row[2].empty() ? L"" : L"W can't load app_path / ") +
+                                                                 (row[3].empty() ? L"" : parts.Real(L"E NOFOLDER / ")) +
+                                                                 L"I app_path = \"" + row[1] + L"\"");
     }
 }
 
 TEST_CASE("a section runs its elements as it stands for them, and tells how it went") {
-    const Lines attributesMissing = {L"4 failed get element attributes"};
-    const struct {
-        const wchar_t* section;
-        Lines events;
-        Lines calls;
-        Lines lines;
-    } rows[] = {
-        {L"<s op_code='del_file'/>", {L"2/0"}, {}, {}},
-        {L"<s><a/></s>", {}, {}, {L"4 failed get attribute \"op_code\""}},
-        {L"<!--del_file-->", {}, {}, {L"4 failed get attribute \"op_code\""}},
-        // The section's operation wins, empty values stay, and names keep their case.
-        {L"<s op_code='DEL_File'><a op_code='kill_process' x='' X=' &lt;'><b y='1'/>sleep</a></s>",
-         {L"2/0"},
-         {L"DelFile X= < op_code=DEL_File x="},
-         {L"16 ->node \"a\"", L"16 <-node \"a\""}},
-        {L"<s op_code='del_file'><a fail=''/><b/></s>",
-         {L"2/2"},
-         {L"DelFile fail= op_code=del_file", L"DelFile op_code=del_file"},
-         {L"16 ->node \"a\"", L"4 ExecOperation failed", L"16 <-node \"a\"", L"16 ->node \"b\"", L"16 <-node \"b\""}},
-        {L"<s op_code='del_file'><SLEEP value='9'/><b/></s>",
-         {L"2/0"},
-         {L"DelFile op_code=del_file"},
-         {L"16 ->node \"SLEEP\"", L"8 <sleep> not supported ! . use the 'sleep_after_exec' attribute instead",
-          L"16 ->node \"b\"", L"16 <-node \"b\""}},
-        {L"<s op_code='del_file'><a/><!--c--><b/></s>",
-         {L"2/2"},
-         {L"DelFile op_code=del_file"},
-         {L"16 ->node \"a\"", L"16 <-node \"a\"", L"16 ->node \"#comment\"", attributesMissing[0]}},
-        {L"<s op_code='del_file'>text<a/></s>", {L"2/2"}, {}, {L"16 ->node \"#text\"", attributesMissing[0]}},
-        {L"<s op_code='del_file'><?pi x='1'?><a/></s>", {L"2/2"}, {}, {L"16 ->node \"pi\"", attributesMissing[0]}},
-        {L"<s op_code=''><a/></s>", {}, {}, {L"16 ->node \"a\"", L"4 ExecOperation failed", L"16 <-node \"a\""}},
-    };
     const ComScope com;
     RecordedLog log;
-    for (const auto& row : rows) {
+    // Columns: the section, events, calls, lines. The section's operation wins, empty values stay, names keep their
+    // case.
+    for (const Lines& row : Rows(LR"(
+<s op_code='del_file'/> | 2/0, | |
+<s><a/></s> | | | E failed get attribute "op_code"
+<!--del_file--> | | | E failed get attribute "op_code"
+<s op_code='DEL_File'><a op_code='kill_process' x='' X=' &lt;'><b y='1'/>sleep</a></s> | 2/0, | DelFile X= < op_code=DEL_File x= | I ->node "a" / I <-node "a"
+<s op_code='del_file'><a fail=''/><b/></s> | 2/2, | DelFile fail= op_code=del_file / DelFile op_code=del_file | I ->node "a" / E ExecOperation failed / I <-node "a" / I ->node "b" / I <-node "b"
+<s op_code='del_file'><SLEEP value='9'/><b/></s> | 2/0, | DelFile op_code=del_file | I ->node "SLEEP" / W <sleep> not supported ! . use the 'sleep_after_exec' attribute instead / I ->node "b" / I <-node "b"
+<s op_code='del_file'><a/><!--c--><b/></s> | 2/2, | DelFile op_code=del_file | I ->node "a" / I <-node "a" / I ->node "#comment" / E failed get element attributes
+<s op_code='del_file'>text<a/></s> | 2/2, | | I ->node "#text" / E failed get element attributes
+<s op_code=''><a/></s> | | | I ->node "a" / E ExecOperation failed / I <-node "a"
+)",
+                                 4)) {
+        INFO(Utf8(row[0]));
         log.Clear();
         Recorder recorder;
-        INFO(Utf8(row.section));
-        const std::wstring next = L"<s op_code='kill_process'/>";
-        CHECK(recorder.Walk(Script(row.section + next)));
-        Lines events = row.events;
-        events.push_back(L"8/0");
-        CHECK(g_events == events);
-        CHECK(recorder.calls == row.calls);
-        CHECK(log.Of(L"CProductConfig::ProcessSection") == row.lines);
-        const bool failed = row.events != Lines{L"2/0"};
-        CHECK(log.Of(L"CProductConfig::ProcessNTVersion") == (failed ? Lines{L"4 ProcessSection failed"} : Lines{}));
+        CHECK(recorder.Walk(Script(row[0] + L"<s op_code='kill_process'/>")));
+        CHECK(Notifications::Heard() == row[1] + (row[1].empty() ? L"8/0" : L" 8/0"));
+        CHECK(Joined(recorder.calls) == row[2]);
+        CHECK(log.Told(L"CProductConfig::ProcessSection") == row[3]);
+        CHECK(log.Told(L"CProductConfig::ProcessNTVersion") == (row[1] != L"2/0," ? L"E ProcessSection failed" : L""));
     }
 }

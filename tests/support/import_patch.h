@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -28,6 +29,36 @@ private:
     void** m_slot;
     void* m_original;
 };
+
+// Plays an import of this program for a scope by a function object. One object at a time of each place in the code.
+template <typename Function, typename Place = decltype([] {})>
+class Played;
+
+template <typename Result, typename... Parameters, typename Place>
+class Played<Result(WINAPI*)(Parameters...), Place> {
+public:
+    Played(const char* function, std::function<Result(Parameters...)> body) : m_patch(function, &Call) {
+        s_body = std::move(body);
+    }
+
+    // The call itself, for bodies that pass it on.
+    Result Real(Parameters... arguments) const {
+        return m_patch.template Original<Result(WINAPI*)(Parameters...)>()(arguments...);
+    }
+
+private:
+    static Result WINAPI Call(Parameters... arguments) { return s_body(arguments...); }
+
+    inline static std::function<Result(Parameters...)> s_body;
+
+    ImportPatch m_patch;
+};
+
+// PLAY(Sleep, [&](DWORD time) { ... }) in a scope; the body may pass a call on by played_Sleep.Real(time).
+#define PLAY(function, ...) const Played<decltype(&::function)> played_##function(#function, __VA_ARGS__)
+
+// Every call gives `result` and leaves `error` as the last error.
+#define REFUSE(function, result, error) PLAY(function, [&](auto...) { return ::SetLastError(error), (result); })
 
 // Makes GetProcAddress answer `replacement` (null: not found, with ERROR_PROC_NOT_FOUND) for one name in a scope.
 class EntryPointPatch {

@@ -1,13 +1,26 @@
 #include "support/log_recorder.h"
 
+#include <algorithm>
 #include <stdexcept>
 
+#include "support/programs.h"
+
+namespace {
+
+std::wstring Letter(DWORD level) {
+    constexpr std::pair<DWORD, wchar_t> kLetters[] = {{0, 'C'}, {4, 'E'}, {8, 'W'}, {16, 'I'}, {32, 'N'}};
+    for (const auto& [known, letter] : kLetters) {
+        if (level == known) {
+            return {letter, L' '};
+        }
+    }
+    return std::to_wstring(level) + L' ';
+}
+
+}  // namespace
+
 std::wstring LogRecorder::ModulePath() {
-    wchar_t path[MAX_PATH] = {};
-    ::GetModuleFileNameW(nullptr, path, MAX_PATH);
-    const std::wstring program = path;
-    const std::wstring folder = program.substr(0, program.rfind(L'\\'));
-    return folder.substr(0, folder.rfind(L'\\')) + L"\\support\\log.dll";
+    return BesideTest(L"..\\support\\log.dll");
 }
 
 LogRecorder::LogRecorder() : m_module(::LoadLibraryW(ModulePath().c_str())) {
@@ -26,7 +39,7 @@ Function LogRecorder::Bind(const char* name) const {
     return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(m_module, name)));
 }
 
-void LogRecorder::Clear() {
+void LogRecorder::Clear() const {
     Bind<void(__cdecl*)()>("RecorderClear")();
 }
 
@@ -41,28 +54,25 @@ std::vector<LogLine> LogRecorder::Lines() const {
     return lines;
 }
 
+std::vector<std::wstring> LogRecorder::Texts() const {
+    std::vector<std::wstring> texts;
+    for (const LogLine& line : Lines()) {
+        texts.push_back(Letter(line.level) + line.function + L": " + line.text);
+    }
+    return texts;
+}
+
 std::vector<std::wstring> LogRecorder::Of(const std::wstring& function) const {
     std::vector<std::wstring> texts;
     for (const LogLine& line : Lines()) {
         if (line.function == function) {
-            texts.push_back(std::to_wstring(line.level) + L' ' + line.text);
+            texts.push_back(Letter(line.level) + line.text);
         }
     }
     return texts;
 }
 
-int LogRecorder::Count(DWORD level, const std::wstring& function, const std::wstring& text) const {
-    int count = 0;
-    for (const LogLine& line : Lines()) {
-        count += line == LogLine{level, function, text} ? 1 : 0;
-    }
-    return count;
-}
-
-std::wstring LogRecorder::Dump() const {
-    std::wstring dump;
-    for (const LogLine& line : Lines()) {
-        dump += std::to_wstring(line.level) + L' ' + line.function + L": " + line.text + L'\n';
-    }
-    return dump;
+int LogRecorder::Count(const std::wstring& line) const {
+    const std::vector<std::wstring> texts = Texts();
+    return static_cast<int>(std::count(texts.begin(), texts.end(), line));
 }

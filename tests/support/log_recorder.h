@@ -16,12 +16,12 @@ struct LogLine {
     DWORD level = 0;
     std::wstring function;
     std::wstring text;
-
-    bool operator==(const LogLine&) const = default;
 };
 
 // The recording stand-in for log.dll, loaded into this process under the name that the library looks for. Load it
 // before the library takes its first reference. Its path lies beside the test programs' folders.
+//
+// As text a line reads "E Class::Method: text", with a letter for its level: Error, Warning, Info, Notice, Call.
 class LogRecorder {
 public:
     LogRecorder();
@@ -29,20 +29,16 @@ public:
     LogRecorder(const LogRecorder&) = delete;
     LogRecorder& operator=(const LogRecorder&) = delete;
 
-    void Clear();
+    void Clear() const;
     std::vector<LogLine> Lines() const;
+    std::vector<std::wstring> Texts() const;
 
-    // Lines of one function only, as "level text".
+    // The lines of one function only, as "E text".
     std::vector<std::wstring> Of(const std::wstring& function) const;
 
     // How often exactly this line was written.
-    int Count(DWORD level, const std::wstring& function, const std::wstring& text) const;
-    bool Has(DWORD level, const std::wstring& function, const std::wstring& text) const {
-        return Count(level, function, text) > 0;
-    }
-
-    // All lines, one a row, for INFO in a failing test.
-    std::wstring Dump() const;
+    int Count(const std::wstring& line) const;
+    bool Has(const std::wstring& line) const { return Count(line) > 0; }
 
     // Full path of the stand-in, for tests that copy it beside a library.
     static std::wstring ModulePath();

@@ -54,9 +54,9 @@ bool UnderWow64() {
     return ask != nullptr && ask(::GetCurrentProcess(), &wow64) && wow64;
 }
 
-RegistrySandbox::RegistrySandbox() {
+RegistrySandbox::RegistrySandbox(const std::wstring& parent) {
     static int count = 0;
-    m_subkey = L"Software\\prodrm-" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
+    m_subkey = parent + L"\\prodrm-" + std::to_wstring(::GetCurrentProcessId()) + L"-" + std::to_wstring(++count);
     MakeKey({}, View::Bits32);
     MakeKey({}, View::Bits64);
 }
@@ -84,6 +84,17 @@ void RegistrySandbox::SetValue(const std::wstring& relative, const std::wstring&
     const HKEY key = Open(HKEY_LOCAL_MACHINE, Subkey(relative), view, true);
     ::RegSetValueExW(key, name.c_str(), 0, type, static_cast<const BYTE*>(data), size);
     ::RegCloseKey(key);
+}
+
+void RegistrySandbox::Fill(const std::vector<std::wstring>& entries, View view) const {
+    for (const std::wstring& entry : entries) {
+        const std::size_t value = entry.find(L'=');
+        if (value == std::wstring::npos) {
+            MakeKey(entry.substr(0, entry.size() - 1), view);
+        } else {
+            SetString(entry.substr(0, value - 1), entry.substr(value + 1), L"data", view);
+        }
+    }
 }
 
 std::vector<std::wstring> RegistrySandbox::Dump(View view) const {

@@ -4,31 +4,10 @@
 
 #include <oleauto.h>
 
-#include <string>
-#include <vector>
-
 #include "support/import_patch.h"
 #include "support/show_text.h"
 
 // Product scripts put together from their parts, and a road for them.
-
-using Lines = std::vector<std::wstring>;
-
-inline std::string Utf8(const std::wstring& text) {
-    std::string bytes(text.size() * 3, '\0');
-    const int size = ::WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), bytes.data(),
-                                           static_cast<int>(bytes.size()), nullptr, nullptr);
-    bytes.resize(static_cast<std::size_t>(size));
-    return bytes;
-}
-
-// `text` with every `mark` replaced.
-inline std::wstring Replaced(std::wstring text, const std::wstring& mark, const std::wstring& by) {
-    for (std::size_t at = text.find(mark); at != std::wstring::npos; at = text.find(mark, at + by.size())) {
-        text.replace(at, mark.size(), by);
-    }
-    return text;
-}
 
 inline std::wstring Section(const std::wstring& opCode, const std::wstring& attributes) {
     return L"<s op_code=\"" + opCode + L"\"><o " + attributes + L"/></s>";
@@ -48,15 +27,13 @@ inline std::wstring Script(const std::wstring& sections) {
 // hands out none, by their own road.
 class ArrivingText {
 public:
-    explicit ArrivingText(const std::wstring& text) { s_text = text; }
+    explicit ArrivingText(std::wstring text)
+        : m_text(std::move(text)), m_patch("SysAllocString", [this](const OLECHAR* given) {
+              const std::wstring taken = given != nullptr ? given : m_text;
+              return ::SysAllocStringLen(taken.c_str(), static_cast<UINT>(taken.size()));
+          }) {}
 
 private:
-    static BSTR WINAPI Allocate(const OLECHAR* text) {
-        const std::wstring given = text != nullptr ? text : s_text;
-        return ::SysAllocStringLen(given.c_str(), static_cast<UINT>(given.size()));
-    }
-
-    inline static std::wstring s_text;
-
-    ImportPatch m_patch{"SysAllocString", &Allocate};
+    std::wstring m_text;
+    Played<decltype(&::SysAllocString), ArrivingText> m_patch;
 };

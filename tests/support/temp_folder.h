@@ -1,5 +1,7 @@
 #pragma once
 
+#include <windows.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -32,6 +34,9 @@ private:
 void RemoveTree(const std::wstring& path);
 
 bool FileExists(const std::wstring& path);
+
+// Writes a file, whose folder exists.
+void WriteWhole(const std::wstring& path, std::string_view content);
 
 // The whole content of an existing file, whoever else has it open.
 std::string FileContent(const std::wstring& path);
