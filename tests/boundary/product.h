@@ -5,8 +5,8 @@
 
 #include "support/log_recorder.h"
 #include "support/programs.h"
-#include "support/temp_folder.h"
 #include "support/show_text.h"
+#include "support/temp_folder.h"
 
 // The finished library in a folder of its own, with the recording log.dll beside it and catalogues as a test lays them.
 class ProductFolder : public TempFolder {
@@ -40,6 +40,6 @@ public:
 };
 
 template <typename Function>
-Function* Export(const OwnedModule& library, const char* name, Function* /* the prototype */) {
-    return reinterpret_cast<Function*>(reinterpret_cast<void*>(::GetProcAddress(library.Get(), name)));
+Function Export(const OwnedModule& library, const char* name) {
+    return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(library.Get(), name)));
 }

@@ -177,7 +177,7 @@ TEST_CASE("a removal takes what the packed document names, and a second thread s
     REQUIRE(ExitCode(Start(L"\"" + InProduct(L"prodrm-pack.exe") + L"\" \"" + document + L"\" \"" +
                            folder.Path(L"prodrm.dll") + L"\"")) == 0);
     const OwnedModule library = folder.Load();
-    Notifications::Clear(Export(library, "GetProgressPercent", &::GetProgressPercent));
+    Notifications::Clear(Export<decltype(&::GetProgressPercent)>(library, "GetProgressPercent"));
     CHECK(Notifications::readProgress() == 0);
     Poller poller{Notifications::readProgress};
     const OwnedHandle thread(::CreateThread(nullptr, 0, &Poller::Poll, &poller, 0, nullptr));
@@ -189,8 +189,8 @@ TEST_CASE("a removal takes what the packed document names, and a second thread s
         CHECK(poller.seen == value);
     };
     bool restart = false;
-    CHECK(Export(library, "UninstallForceAll", &::UninstallForceAll)(UNINSTALL_TYPE_FAMILY, &restart,
-                                                                     &Notifications::Hear));
+    const auto uninstall = Export<decltype(&::UninstallForceAll)>(library, "UninstallForceAll");
+    CHECK(uninstall(UNINSTALL_TYPE_FAMILY, &restart, &Notifications::Hear));
     CHECK(restart);
     poller.ended = true;
     ::WaitForSingleObject(thread.Get(), INFINITE);

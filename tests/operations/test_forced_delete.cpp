@@ -47,7 +47,9 @@ TEST_CASE("the native deletion of a held file runs only where binding failed") {
     const OwnedFileHandle hold = HoldFile(file);
     const EntryPointPatch patch("NtDeleteFile", reinterpret_cast<void*>(&RecordDeletion));
     g_deleted.clear();
-    CHECK(COperations().DelFile(file, nullptr) == _ERROR_FAILED);
+    RestartList restart;
+    CHECK(COperations(&restart).DelFile(file, nullptr) == _ERROR_FAILED);
+    CHECK(restart.Paths() == Lines{file});
     CHECK(g_deleted.empty());
     REFUSE(LoadLibraryW, nullptr, ERROR_MOD_NOT_FOUND);
     CHECK(COperations().DelFile(file, nullptr) == _ERROR_FAILED);
