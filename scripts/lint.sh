@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks of the sources: lint.sh format|cppcheck|shell [BUILD_DIR]
+# Checks of the sources: lint.sh format|cppcheck|includes|shell [BUILD_DIR]
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -20,11 +20,23 @@ cppcheck)
         --suppressions-list=cmake/cppcheck.txt --cppcheck-build-dir="$build/cppcheck" \
         -DUNICODE -D_UNICODE -D_WIN32 -D__MINGW32__ -Isrc -Iinclude -Itools -j2 src tools
     ;;
+includes)
+    # Each folder may include itself and those before it; the way back up is an interface that lies in operations.
+    below=()
+    code=0
+    for folder in foundation operations script catalogue api; do
+        below+=("$folder")
+        allowed=$(IFS='|' && echo "${below[*]}")
+        ! grep -rnE '#include "[a-z]+/' "src/$folder" | grep -vE "#include \"($allowed)/" || code=1
+    done
+    ! grep -rnE '#include "[^"]*\b(tools|tests|bench)/' src include tools || code=1
+    exit "$code"
+    ;;
 shell)
     find scripts .ci demo tests -type f \( -name '*.sh' -o -path '.ci/*' \) -print0 | xargs -0 shellcheck -x
     ;;
 *)
-    echo "usage: lint.sh format|cppcheck|shell [BUILD_DIR]" >&2
+    echo "usage: lint.sh format|cppcheck|includes|shell [BUILD_DIR]" >&2
     exit 2
     ;;
 esac

@@ -60,6 +60,11 @@ TEST_CASE("the store deciphers its resource and keeps the text up to the first z
     resource.freed = false;
     CHECK(store.LoadFromResource(101) == ERROR_GEN_FAILURE);
     CHECK(TextOf(store) == text);
+    resource.found = resource.loads = resource.freed = true;
+    resource.bytes = Enciphered({});
+    resource.size = static_cast<DWORD>(resource.bytes.size());
+    CHECK(store.LoadFromResource(101) == 0);
+    CHECK(TextOf(store).empty());
 }
 
 TEST_CASE("ReadData looks at a resource of the host and never writes the pointer") {
