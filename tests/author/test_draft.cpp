@@ -92,6 +92,11 @@ TEST_CASE("a difference becomes the least document that spares what others may s
          {"<item name=\"HKEY_LOCAL_MACHINE\\Software\\Editor\"/>",
           "<item name=\"HKLM\\Software\\Editor\" x32view=\"true\"/>"},
          {"Wow6432Node"}},
+        {"a name that the thinning would take for a part of another",
+         kHeader64,
+         "HKCU\\Software\\a\\\t\nHKCU\\Software\\a/b\\\t\n",
+         {"\"HKEY_CURRENT_USER\\Software\\a\"/>", "\"HKCU\\Software\\a/b\"/>"},
+         {}},
         {"a 32-bit system has the 32-bit places",
          kHeader32,
          "C:\\Program Files\\Editor\\\td\nC:\\Program Files\\Editor\\x\t1\nHKCU\\Software\\Editor\\\t\n"
@@ -111,7 +116,7 @@ TEST_CASE("a difference becomes the least document that spares what others may s
         {"shared DLLs: those of the product's folder go by a folder name, all others stay with their files",
          kHeader64,
          "C:\\Program Files (x86)\\Editor\\\td\nC:\\Program Files (x86)\\Editor\\a.dll\t1\n"
-         "C:\\Windows\\System32\\common.dll\t1\n"
+         "C:\\Windows\\SysWOW64\\common.dll\t1\n"
          "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs\\\tC:\\Program Files "
          "(x86)\\Editor\\a.dll\tdword 01000000\n"
          "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\SharedDLLs\\\tC:\\Windows\\System32\\common.dll\tdword "
@@ -130,7 +135,7 @@ TEST_CASE("a difference becomes the least document that spares what others may s
          "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\{01234567-89ab-cdef-0123-456789abcdef}\\\t\n"
          "HKLM\\Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\{01234567-89ab-cdef-0123-"
          "456789abcdef}\\\tWindowsInstaller\tdword 01000000\n",
-         {"Products\\0123456789ABCDEF0123456789ABCDEF\"/>", "cmd_line=\"/x {01234567-89ab-cdef-0123-456789abcdef} /qn"},
+         {"Products\\0123456789ABCDEF0123456789ABCDEF\"/>", "msiexec /x {01234567-89ab-cdef-0123-456789abcdef}"},
          {"1a2b.msi", "name=\"Installer\"", "CurrentVersion\\Installer\"", "S-1-5-18\\Products\""}},
         {"what the system may have written speaks not of the product",
          kHeader64,
@@ -147,6 +152,16 @@ TEST_CASE("a difference becomes the least document that spares what others may s
          "HKLM\\Software\\Classes\\Bkf.File\\\t\n",
          {"Classes\\.bkf\" data_str=\"Bkf.File\" complete_str=\"yes\"", "Classes\\Bkf.File\"/>"},
          {}},
+        {"a part of another's class goes while it speaks of the product, and an extension never without its handler",
+         kHeader64,
+         "C:\\Program Files\\Editor\\\td\nHKLM\\Software\\Classes\\.txt\\\t\n"
+         "HKLM\\Software\\Classes\\.txt\\OpenWithProgids\\\t\n"
+         "HKLM\\Software\\Classes\\.txt\\OpenWithProgids\\\tBkf.File\tsz \n"
+         "HKLM\\Software\\Classes\\txtfile\\DefaultIcon\\\t\n"
+         "HKLM\\Software\\Classes\\txtfile\\DefaultIcon\\\t\tsz C:\\Program Files\\Editor\\e.exe,0\n",
+         {"Classes\\txtfile\\DefaultIcon\" data_str=\"Editor\" complete_str=\"no\"",
+          "Classes\\.txt\\OpenWithProgids\" name=\"Bkf.File\""},
+         {"name=\"HKEY_LOCAL_MACHINE\\Software\\Classes\\.txt"}},
         {"shortcuts by new targets, all others as files",
          kHeader64,
          "C:\\Program Files\\Ed\\\td\nC:\\Program Files\\Ed\\ed.exe\t1\n"

@@ -42,6 +42,18 @@ bool IsUserOfEverySystem(const std::wstring& path) {
 
 }  // namespace
 
+std::wstring OtherHiveName(const std::wstring& path) {
+    for (const Hive& hive : kHives) {
+        for (const auto& [name, other] :
+             {std::pair(hive.shortName, hive.longName), std::pair(hive.longName, hive.shortName)}) {
+            if (LiesIn(path, std::wstring(name))) {
+                return std::wstring(other) + path.substr(name.size());
+            }
+        }
+    }
+    return path;
+}
+
 bool LiesIn(const std::wstring& path, const std::wstring& folder) {
     return path.size() >= folder.size() && (path.size() == folder.size() || path[folder.size()] == L'\\') &&
            LowerCase(path.substr(0, folder.size())) == LowerCase(folder);

@@ -43,6 +43,9 @@ private:
     std::wstring m_profiles;  // folder of all profiles; empty if unknown
 };
 
+// A script's key with its hive's long name in place of the short one, or the short one in place of the long one.
+std::wstring OtherHiveName(const std::wstring& path);
+
 // Whether `path` is `folder` or lies in it, letters without regard to their case.
 bool LiesIn(const std::wstring& path, const std::wstring& folder);
 // What follows the last backslash, and what stands before it.

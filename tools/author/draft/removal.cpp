@@ -79,15 +79,11 @@ public:
         }
         for (const Thing& thing : m_added) {
             m_newNames.insert(LowerCase(Unescaped(thing.identity)));
-            if (thing.IsValue() && IsSharedDll(thing)) {
-                m_counted.insert(LowerCase(thing.ValueName()));
-            }
+            Count(thing, difference.machine);
         }
         for (const Thing& thing : difference.changed) {
             Keep(why::kChanged, thing);
-            if (thing.IsValue() && IsSharedDll(thing)) {
-                m_counted.insert(LowerCase(thing.ValueName()));
-            }
+            Count(thing, difference.machine);
         }
         for (const Thing& thing : difference.gone) {
             Keep(why::kGone, thing);
@@ -99,8 +95,11 @@ public:
             Visit(index);
         }
         AddSharedDllsOfOwnFolders();
-        for (Section* section : {&m_services, &m_drivers, &m_tools, &m_processes, &m_folders, &m_files, &m_shortcuts,
-                                 &m_keys, &m_values}) {
+        AddPlainKey();
+        SpareFromThinning(m_keys);
+        SpareFromThinning(m_values);
+        for (Section* section :
+             {&m_services, &m_drivers, &m_processes, &m_folders, &m_files, &m_shortcuts, &m_keys, &m_values}) {
             if (!section->elements.empty()) {
                 m_removal.sections.push_back(std::move(*section));
             }
@@ -158,7 +157,7 @@ private:
         const std::optional<KeyPath> key = m_places.Key(path);
         if (!key) {
             KeepAll(why::kOtherUser, index);
-        } else if (m_territory.IsShared(path)) {
+        } else if (m_territory.IsShared(path) || IsPartOfOthers(index)) {
             Keep(why::kShared, thing);
             VisitContent(index);
         } else if (IsMakersLevel(index)) {
@@ -190,12 +189,10 @@ private:
     void AddKey(std::size_t index, const KeyPath& key) {
         Element element{{L"name", key.path}};
         AddView(element, key);
-        if (const std::wstring handler = HandlerOfExtension(index); !handler.empty()) {
-            element.insert(element.end(), {{L"data_str", handler}, {L"complete_str", L"yes"}});
-        }
+        AddGuard(element, index);
         m_keys.elements.push_back(std::move(element));
         AddServiceOf(index);
-        AddInstallerOf(index);
+        NoteInstallerOf(index);
     }
 
     static void AddView(Element& element, const KeyPath& key) {
@@ -204,17 +201,54 @@ private:
         }
     }
 
-    // A file extension is everybody's: its key goes only as long as it still names the product's own handler.
+    // A key that others may have as well goes only as long as it speaks of the product.
+    void AddGuard(Element& element, std::size_t index) const {
+        if (const std::wstring handler = HandlerOfExtension(index); !handler.empty()) {
+            element.insert(element.end(), {{L"data_str", handler}, {L"complete_str", L"yes"}});
+        } else if (IsInClassOfOthers(m_added[index].Path())) {
+            if (const std::wstring words = OwnWords(index); !words.empty()) {
+                element.insert(element.end(), {{L"data_str", words}, {L"complete_str", L"no"}});
+            }
+        }
+    }
+
+    // The handler that an extension names by its default value, if that is new.
     std::wstring HandlerOfExtension(std::size_t index) const {
         const std::wstring path = m_added[index].Path();
         const Thing* const value = FindValue(index, "");
-        const std::optional<std::wstring> handler = value != nullptr ? TextOf(*value) : std::nullopt;
-        if (!EqualsBlind(LastName(Parent(path)), L"Classes") || !LastName(path).starts_with(L'.') || !handler ||
-            handler->empty() || handler->find(L';') != std::wstring::npos ||
-            !m_newNames.contains(LowerCase(Parent(path) + L"\\" + *handler + L"\\"))) {
-            return {};
+        const std::wstring handler = value != nullptr ? TextOf(*value).value_or(L"") : L"";
+        const bool isGuard = Territory::IsExtension(path) && handler.find(L';') == std::wstring::npos &&
+                             m_newNames.contains(LowerCase(Parent(path) + L"\\" + handler + L"\\"));
+        return isGuard ? handler : L"";
+    }
+
+    // What the default value says of a folder of the product, without what differs from machine to machine.
+    std::wstring OwnWords(std::size_t index) const {
+        const Thing* const value = FindValue(index, "");
+        const std::wstring text = value != nullptr ? TextOf(*value).value_or(L"") : L"";
+        for (const std::wstring& folder : m_ownFolders) {
+            const std::size_t found = LowerCase(text).find(LowerCase(folder));
+            const std::optional<FolderPath> place = m_places.Folder(folder);
+            if (found != std::wstring::npos && place && folder.find(L';') == std::wstring::npos) {
+                return text.substr(found + folder.size() - place->rest.size(), place->rest.size());
+            }
         }
-        return *handler;
+        return {};
+    }
+
+    bool IsInClassOfOthers(const std::wstring& path) const {
+        const std::wstring above = m_places.InItsView(Parent(path));
+        return !m_territory.HoldsProducts(Parent(path)) &&
+               (LiesIn(Parent(above), L"HKLM\\Software\\Classes") || LiesIn(Parent(above), L"HKCU\\Software\\Classes"));
+    }
+
+    // An extension, or a part that many classes have by that name, without a guard.
+    bool IsPartOfOthers(std::size_t index) const {
+        const std::wstring path = m_added[index].Path();
+        if (Territory::IsExtension(path)) {
+            return HandlerOfExtension(index).empty();
+        }
+        return IsInClassOfOthers(path) && Territory::IsPartOfClass(path) && OwnWords(index).empty();
     }
 
     const Thing* FindValue(std::size_t key, std::string_view name) const {
@@ -223,6 +257,31 @@ private:
             std::lower_bound(m_added.begin() + static_cast<std::ptrdiff_t>(key), m_added.end(), identity,
                              [](const Thing& thing, const std::string& wanted) { return thing.identity < wanted; });
         return found != m_added.end() && found->identity == identity ? &*found : nullptr;
+    }
+
+    // To the thinning "A/b" lies in "A", which it does not for the registry. Under the hive's other name it stays
+    // apart.
+    void SpareFromThinning(Section& section) const {
+        for (Element& element : section.elements) {
+            std::wstring& path = element.front().second;
+            const bool isTaken = std::any_of(m_keys.elements.begin(), m_keys.elements.end(), [&](const Element& other) {
+                const std::wstring& above = other.front().second;
+                return path.size() > above.size() && path[above.size()] == L'/' && path.starts_with(above);
+            });
+            if (isTaken) {
+                path = OtherHiveName(path);
+            }
+        }
+    }
+
+    // A removal runs the guarded keys only where it has a plain key or a value to delete as well.
+    void AddPlainKey() {
+        const bool hasPlain = std::any_of(m_keys.elements.begin(), m_keys.elements.end(), [](const Element& element) {
+            return element.back().first != std::wstring_view(L"complete_str");
+        });
+        if (!m_keys.elements.empty() && !hasPlain && m_values.elements.empty()) {
+            m_keys.elements.push_back({{L"name", L"HKEY_CURRENT_USER\\Software\\" + m_options.productName}});
+        }
     }
 
     void AddServiceOf(std::size_t index) {
@@ -238,20 +297,33 @@ private:
         (isDriver ? m_drivers : m_services).elements.push_back({{L"name", LastName(path)}});
     }
 
-    // The system's installer counts what its products share and knows its own store: it goes first where it can.
-    void AddInstallerOf(std::size_t index) {
+    // Its own removal takes the package that it keeps under a random name, but also keys that it finds empty then.
+    void NoteInstallerOf(std::size_t index) {
         const std::wstring path = m_added[index].Path();
         const Thing* const value = FindValue(index, "WindowsInstaller");
         if (IsUninstallEntry(m_places, path) && value != nullptr && value->facts == "dword 01000000") {
-            m_tools.elements.push_back({{L"path", L"windows_system"},
-                                        {L"tool_name", L"msiexec.exe"},
-                                        {L"cmd_line", L"/x " + LastName(path) + L" /qn /norestart"},
-                                        {L"wait", L"yes"}});
+            m_removal.notes.push_back(L"The system's installer knows this product: msiexec /x " + LastName(path) +
+                                      L" /qn, as an exec_tool with wait, would also take the package that it keeps and "
+                                      L"settle its counts of shared components, where that removal still works.");
         }
     }
 
     bool IsSharedDll(const Thing& value) const {
         return EqualsBlind(m_places.InItsView(value.Path()), std::wstring(L"HKLM\\") + kSharedDlls);
+    }
+
+    // What a 32-bit program calls the system folder is the 32-bit one on a 64-bit system: both count.
+    void Count(const Thing& thing, const Machine& machine) {
+        if (!thing.IsValue() || !IsSharedDll(thing)) {
+            return;
+        }
+        const std::wstring file = thing.ValueName();
+        m_counted.insert(LowerCase(file));
+        const auto system = machine.folders.find(L"windows_system");
+        const auto system32Bit = machine.folders.find(L"windows_system_x86");
+        if (system != machine.folders.end() && system32Bit != machine.folders.end() && LiesIn(file, system->second)) {
+            m_counted.insert(LowerCase(system32Bit->second + file.substr(system->second.size())));
+        }
     }
 
     void VisitValue(const Thing& thing) {
@@ -432,7 +504,6 @@ private:
     Removal m_removal;
     Section m_services{L"services", L"disableandstop_service", {}};
     Section m_drivers{L"drivers", L"disableandstop_driver", {}};
-    Section m_tools{L"tools", L"exec_tool", {}};
     Section m_processes{L"processes", L"kill_process", {}};
     Section m_folders{L"folders", L"del_folder", {}};
     Section m_files{L"files", L"del_file", {}};

@@ -23,7 +23,7 @@ constexpr const wchar_t* kSharedKeys[] = {
     L"Software\\Classes\\Installer\\Features",
     L"Software\\Classes\\Installer\\Patches",
     L"Software\\Classes\\Installer\\Products",
-    L"Software\\Classes\\Installer\\UpgradeCodes",
+    L"Software\\Classes\\Installer\\UpgradeCodes\\?",
     L"Software\\Classes\\Interface",
     L"Software\\Classes\\MIME\\Database\\Content Type",
     L"Software\\Classes\\PROTOCOLS\\Filter",
@@ -43,8 +43,8 @@ constexpr const wchar_t* kSharedKeys[] = {
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\MyComputer\\NameSpace",
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\ShellIconOverlayIdentifiers",
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer\\Folders",
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer\\UpgradeCodes",
-    L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\?\\Components",
+    L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer\\UpgradeCodes\\?",
+    L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\?\\Components\\?",
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\?\\Patches",
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Installer\\UserData\\?\\Products",
     L"Software\\Microsoft\\Windows\\CurrentVersion\\Run",
@@ -187,6 +187,32 @@ bool Territory::IsOfSystem(const std::wstring& path) const {
 
 bool Territory::HoldsMakers(const std::wstring& path) const {
     return std::find(m_makers.begin(), m_makers.end(), Names(Comparable(path))) != m_makers.end();
+}
+
+bool Territory::IsExtension(const std::wstring& path) {
+    return LastName(path).starts_with(L'.') && EqualsBlind(LastName(Parent(path)), L"Classes");
+}
+
+bool Territory::IsPartOfClass(const std::wstring& path) {
+    constexpr const wchar_t* kParts[] = {
+        L"ContextMenuHandlers",
+        L"CurVer",
+        L"DefaultIcon",
+        L"OpenWithList",
+        L"OpenWithProgids",
+        L"PersistentHandler",
+        L"print",
+        L"PropertySheetHandlers",
+        L"shell",
+        L"shellex",
+        L"ShellNew",
+        L"open",
+        L"edit",
+        L"command",
+    };
+    const std::wstring name = LastName(path);
+    return std::any_of(std::begin(kParts), std::end(kParts),
+                       [&](const wchar_t* part) { return EqualsBlind(name, part); });
 }
 
 bool Territory::HasRandomName(const std::wstring& path) const {

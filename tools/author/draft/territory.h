@@ -24,6 +24,11 @@ public:
     // A file that bears another name on each machine.
     bool HasRandomName(const std::wstring& path) const;
 
+    // The key of a file extension, which is everybody's.
+    static bool IsExtension(const std::wstring& path);
+    // A key of a name that the classes of many products have.
+    static bool IsPartOfClass(const std::wstring& path);
+
 private:
     using Pattern = std::vector<std::wstring>;  // names, in lower case
 

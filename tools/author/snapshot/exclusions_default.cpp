@@ -67,6 +67,7 @@ HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Diagnostics
 HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\Group Policy
 HKLM\SOFTWARE\Microsoft\Windows\CurrentVersion\WindowsUpdate
 HKLM\SYSTEM\CurrentControlSet\Control\DeviceClasses
+HKLM\SYSTEM\CurrentControlSet\Control\ServiceCurrent
 HKLM\SYSTEM\CurrentControlSet\Control\Session Manager	PendingFileRenameOperations
 HKLM\SYSTEM\CurrentControlSet\Control\Session Manager\Memory Management\PrefetchParameters
 HKLM\SYSTEM\CurrentControlSet\Control\Video
