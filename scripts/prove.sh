@@ -4,6 +4,8 @@
 #   --kind win64|win32|both   the kind of machine (win64); both runs one after the other
 #   --name NAME               the product's name; otherwise the one that it puts into the list of programs
 #   --owns NAME               a folder or key of the maker that no other product uses (repeatable)
+#   --first INSTALLER         what the machine has before: installed before the first snapshot (repeatable)
+#   --documents FOLDER        prove the documents of an earlier run (its folder of a kind) in place of new ones
 #   --output FOLDER           for the drafted files and the differences, by kind (./drafted)
 #   --own-uninstaller COMMAND also tell what the product's own uninstaller leaves, on another machine; %NAME% variables
 #                             of the machine are expanded, and the command runs there as a line of cmd
@@ -29,6 +31,8 @@ kind=win64
 name=
 owns=()
 output=drafted
+first=()
+documents=
 own_uninstaller=
 build=yes
 quiet=no
@@ -37,6 +41,8 @@ while [[ ${1:-} == --* ]]; do
     --kind) kind=$2 ;;
     --name) name=$2 ;;
     --owns) owns+=(--owns "$2") ;;
+    --first) first+=("$(readlink -f "$2")") ;;
+    --documents) documents=$(readlink -f "$2") ;;
     --output) output=$2 ;;
     --own-uninstaller) own_uninstaller=$2 ;;
     --no-build | --quiet)
@@ -88,7 +94,6 @@ make_machine() {
     local folder=$prefix/drive_c/prodrm-author
     mkdir -p "$folder"
     cp -R "$dist/." "$folder"
-    cp "$installer" "$folder/"
     prefix_start "$prefix"
     run "$author\\prodrm-author.exe" snapshot --print-exclusions || fail "$(cat "$work/output.txt")"
     {
@@ -96,6 +101,10 @@ make_machine() {
         printf '%s\n' 'HKCU\Software\Wine\WineDbg' \
             'HKLM\System\CurrentControlSet\Control\Class\{4D36E968-E325-11CE-BFC1-08002BE10318}\0000'$'\tDriverDate*'
     } >"$folder/exclusions.txt"
+    local file
+    for file in "${first[@]}"; do
+        install "$file"
+    done
     restart  # the system completes its registry in the first sessions
 }
 
@@ -112,18 +121,21 @@ compare() {
     grep -aE $'^(new|gone|changed)\t' "$work/output.txt" | tr -d '\r' >"$work/$1-$2.txt" || true
 }
 
-install_product() {
-    local file code=0
-    file=$(basename "$installer")
-    tell "> $file ${arguments[*]}"
+# install FILE ARGS...
+install() {
+    local file=$1 place code=0
+    place=$author\\$(basename "$file")
+    cp "$file" "$prefix/drive_c/prodrm-author/"
+    shift
+    tell "> $(basename "$file") $*"
     case ${file,,} in
-    *.msi) run msiexec /i "$author\\$file" /qn "${arguments[@]}" || code=$? ;;
-    *.bat | *.cmd) run cmd /c "$author\\$file" "${arguments[@]}" || code=$? ;;
+    *.msi) run msiexec /i "$place" /qn "$@" || code=$? ;;
+    *.bat | *.cmd) run cmd /c "$place" "$@" || code=$? ;;
     *.sh)
         PRODRM_PREFIX=$prefix PRODRM_DRIVE=$prefix/drive_c PRODRM_KIND=$kind \
-            bash "$installer" "${arguments[@]}" >"$work/output.txt" 2>&1 </dev/null || code=$?
+            bash "$file" "$@" >"$work/output.txt" 2>&1 </dev/null || code=$?
         ;;
-    *) run "$author\\$file" "${arguments[@]}" || code=$? ;;
+    *) run "$place" "$@" || code=$? ;;
     esac
     ((code == 0 || code == restart_required)) || fail "the installer ended with $code: $(cat "$work/output.txt")"
 }
@@ -138,6 +150,10 @@ draft() {
     must "$author\\prodrm-author.exe" draft "$author\\before.snapshot" "$author\\installed.snapshot" --name "$name" \
         "${owns[@]}" --output "$author\\drafted" --force
     local drafted=$prefix/drive_c/prodrm-author/drafted
+    if [[ -n $documents ]]; then  # of the new ones, only what they say will stay counts
+        rm -rf "$drafted/extern"
+        cp -R "$documents"/{detection.xml,extern,removal.xml} "$drafted/"
+    fi
     cp -R "$drafted/." "$work/"
     elements=$(grep -c '<item' "$work/removal.xml" || true)
     rm -rf "$prefix/drive_c/prodrm-author/"{intern,extern,products.xml}
@@ -210,7 +226,7 @@ try_own_uninstaller() {
     step "The product's own uninstaller, on another machine"
     make_machine
     snapshot before
-    install_product
+    install "$installer" "${arguments[@]}"
     restart
     tell "> $own_uninstaller"
     printf '%s\r\n' "$own_uninstaller" >"$prefix/drive_c/prodrm-author/uninstall.bat"
@@ -234,7 +250,7 @@ prove() {
     make_machine
     snapshot before
     step "The product is installed"
-    install_product
+    install "$installer" "${arguments[@]}"
     restart
     snapshot installed
     compare before installed

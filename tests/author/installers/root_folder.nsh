@@ -1,0 +1,3 @@
+StrCpy $INSTDIR "C:\Birkenfeld Tools"
+!insertmacro Program
+!insertmacro Entry HKLM
