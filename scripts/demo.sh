@@ -2,7 +2,8 @@
 # The main job on a real system: demo.sh [--kind win32|win64] [--no-build]
 # Installs a sample product in a throw-away prefix (win64 by default) with an installer of its own, lets prodrm detect,
 # explain and remove it, restarts the prefix, and proves by the state of the whole machine before and after that nothing
-# of the product is left and nothing else is gone or changed. Fails if a step or the proof fails.
+# of the product is left and nothing else is gone or changed. Then the same for two installers made by other tools, with
+# documents that prodrm-author drafts. Fails if a step or a proof fails.
 # PRODRM_DIST_DIR and PRODRM_DEMO_DIR name other folders of the built product and of the built sample product. States,
 # differences and the library's log stay in the latter, below the name of the kind.
 set -euo pipefail
@@ -200,6 +201,20 @@ prove() {
     fi
 }
 
+# prove_foreign TITLE INSTALLER ARGS...: from an installer of another tool to documents that are proved, by no hand.
+prove_foreign() {
+    local title=$1 installer=$2 folder
+    folder=$work/drafted-${installer##*.}
+    shift 2
+    PRODRM_DIST_DIR=$dist "$root/scripts/prove.sh" --no-build --quiet --kind "$kind" --output "$folder" \
+        "$work/installers/$installer" "$@" >"$work/output.txt" 2>&1 ||
+        fail "$(cat "$work/output.txt")"
+    tell "$title" "the drafted removal:"
+    sed -n '/<win_nt>/,/<\/win_nt>/{//!s/^            /   |   /p}' "$folder/$kind/removal.xml" | head -n 12
+    tell "  ... installed, drafted, detected, removed, restarted, compared:"
+    show "$work/output.txt"
+}
+
 if [[ $build == yes ]]; then
     step 'Build'
     mkdir -p "$root/build"
@@ -211,7 +226,7 @@ if [[ $build == yes ]]; then
 fi
 work=$programs/$kind
 mkdir -p "$work"
-rm -f "$work"/*
+rm -rf "${work:?}"/*
 trap 'prefix_remove "$prefix"' EXIT
 
 step "A machine ($kind) with the catalogue, the script and the removal document of the product"
@@ -230,3 +245,9 @@ restart
 step "Proof: the machine now and before the installation"
 prove
 tell "nothing of the product is left, and nothing else is gone or changed"
+step "Installers made by other tools, without a document written by hand"
+PRODRM_DEMO_DIR=$programs "$root/demo/installers/make.sh" "$work/installers" >"$work/output.txt" 2>&1 ||
+    fail "$(cat "$work/output.txt")"
+prove_foreign 'editor.exe, made by makensis: both views, menu, extension, service' editor.exe /S
+prove_foreign "notes.msi, made by wixl: the system's installer, menu, service" notes.msi
+tell "what stays is named in the drafts, with the reason"

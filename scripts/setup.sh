@@ -8,12 +8,14 @@ packages=(
     cmake ninja-build
     doctest-dev libcli11-dev nlohmann-json3-dev
     clang-format cppcheck shellcheck
+    nsis wixl
 )
 programs=(
     wine wineserver wineboot
     i686-w64-mingw32-g++-win32 i686-w64-mingw32-windres
     cmake ninja
     clang-format cppcheck shellcheck
+    makensis wixl
 )
 headers=(doctest/doctest.h CLI/CLI.hpp nlohmann/json.hpp)
 
