@@ -34,6 +34,18 @@ void DeleteEntry(const std::wstring& path) {
     ::DeleteFileW(path.c_str());
 }
 
+void ReadLink(const std::wstring& path) {
+    wchar_t target[MAX_PATH] = {};
+    WIN32_FIND_DATAW data;
+    ComPtr<IShellLinkW> link;
+    ComPtr<IPersistFile> file;
+    ::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
+                       reinterpret_cast<void**>(link.Put()));
+    link.As(IID_IPersistFile, file);
+    file->Load(path.c_str(), 0);
+    link->GetPath(target, MAX_PATH, &data, 0);
+}
+
 }  // namespace
 
 ComPtr<IXMLDOMDocument> BareLoad(const std::wstring& file) {
@@ -116,15 +128,38 @@ bool BareOpenKey(HKEY hive, const std::wstring& subkey, REGSAM access) {
 
 void BareDeleteLinks(const std::wstring& folder) {
     ForEachEntry(folder, [](const std::wstring& path, bool) {
-        wchar_t target[MAX_PATH] = {};
-        WIN32_FIND_DATAW data;
-        ComPtr<IShellLinkW> link;
-        ComPtr<IPersistFile> file;
-        ::CoCreateInstance(CLSID_ShellLink, nullptr, CLSCTX_INPROC_SERVER, IID_IShellLinkW,
-                           reinterpret_cast<void**>(link.Put()));
-        link.As(IID_IPersistFile, file);
-        file->Load(path.c_str(), 0);
-        link->GetPath(target, MAX_PATH, &data, 0);
+        ReadLink(path);
         DeleteEntry(path);
     });
+}
+
+int BareFindTree(const std::wstring& folder) {
+    int found = 0;
+    ForEachEntry(folder, [&](const std::wstring& path, bool isFolder) { found += isFolder ? BareFindTree(path) : 1; });
+    return found + 1;
+}
+
+int BareFindKey(HKEY base, const std::wstring& subkey, REGSAM view) {
+    HKEY key = nullptr;
+    if (::RegOpenKeyExW(base, subkey.c_str(), 0, KEY_READ | view, &key) != ERROR_SUCCESS) {
+        return 0;
+    }
+    int found = 1;
+    wchar_t name[256];
+    for (DWORD index = 0, length = 256;
+         ::RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr) == ERROR_SUCCESS;
+         ++index, length = 256) {
+        found += BareFindKey(key, name, view);
+    }
+    ::RegCloseKey(key);
+    return found;
+}
+
+int BareReadLinks(const std::wstring& folder) {
+    int found = 0;
+    ForEachEntry(folder, [&](const std::wstring& path, bool) {
+        ReadLink(path);
+        ++found;
+    });
+    return found;
 }

@@ -25,3 +25,9 @@ bool BareOpenKey(HKEY hive, const std::wstring& subkey, REGSAM access);
 
 // Reads the target of each link in a folder and deletes the link.
 void BareDeleteLinks(const std::wstring& folder);
+
+// The same without deleting anything: how many files and folders, keys or links there are. The keys by opening each and
+// enumerating its subkeys, the links by reading their targets.
+int BareFindTree(const std::wstring& folder);
+int BareFindKey(HKEY base, const std::wstring& subkey, REGSAM view);
+int BareReadLinks(const std::wstring& folder);

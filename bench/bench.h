@@ -43,6 +43,8 @@ public:
         return reinterpret_cast<Function>(reinterpret_cast<void*>(::GetProcAddress(m_module, name)));
     }
 
+    HMODULE Module() const { return m_module; }
+
 private:
     HMODULE m_module;
 };
@@ -54,12 +56,14 @@ void PackDocument(const std::wstring& folder, const std::wstring& document);
 void AddListing(std::vector<Comparison>& comparisons);
 void AddPrimitives(std::vector<Comparison>& comparisons);
 void AddRemoval(std::vector<Comparison>& comparisons);
+void AddPlan(std::vector<Comparison>& comparisons);
 
 // Parts of this program that run as a process of their own; null if `name` is none of them.
 using Part = int (*)(const std::wstring& argument);
 Part FindPart(const std::wstring& name);
 int WalkCatalogue(const std::wstring& file);
 int MeasureRemovalMemory(const std::wstring& folder);
+int MeasurePlanMemory(const std::wstring& folder);
 
 // Ends the process with a message: a benchmark that did not do its work measures nothing.
 void Require(bool condition, const char* what);

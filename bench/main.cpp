@@ -23,6 +23,7 @@ struct NamedPart {
 constexpr NamedPart kParts[] = {
     {L"--walk-catalogue", &WalkCatalogue},
     {L"--removal-memory", &MeasureRemovalMemory},
+    {L"--plan-memory", &MeasurePlanMemory},
 };
 
 double Median(std::vector<double> values) {
@@ -67,6 +68,7 @@ int wmain(int count, wchar_t** arguments) {
     AddListing(comparisons);
     AddPrimitives(comparisons);
     AddRemoval(comparisons);
+    AddPlan(comparisons);
     std::printf("%-46s %12s %12s %7s %7s\n", "medians of five passes (seconds or bytes)", "prodrm", "bare", "ratio",
                 "limit");
     bool good = true;

@@ -4,36 +4,49 @@ namespace preview {
 
 namespace {
 
-constexpr DWORD kShareAll = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
-
-HANDLE Open(const std::wstring& path, DWORD access) {
-    return ::CreateFileW(path.c_str(), access, kShareAll, nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+OwnedFileHandle Open(const std::wstring& path, DWORD access) {
+    return OwnedFileHandle(::CreateFileW(path.c_str(), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                                         nullptr, OPEN_EXISTING, FILE_FLAG_BACKUP_SEMANTICS, nullptr));
 }
 
 }  // namespace
 
-AccessTimeKept::AccessTimeKept(const std::wstring& path)
-    : m_file(Open(path, FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES)) {
-    if (!m_file) {
-        m_mayWrite = false;
-        m_file.Reset(Open(path, FILE_READ_ATTRIBUTES));
+FileIdentity IdentityOf(const std::wstring& path) {
+    const OwnedFileHandle file = Open(path, FILE_READ_ATTRIBUTES);
+    BY_HANDLE_FILE_INFORMATION information = {};
+    if (!file || !::GetFileInformationByHandle(file.Get(), &information)) {
+        return {};
     }
-    if (m_file && !::GetFileInformationByHandle(m_file.Get(), &m_before)) {
-        m_file.Reset();
+    return {information.dwVolumeSerialNumber,
+            (static_cast<ULONGLONG>(information.nFileIndexHigh) << 32) + information.nFileIndexLow};
+}
+
+AccessTimeKept::AccessTimeKept(const std::wstring& path, bool isLink) : m_path(path) {
+    if (isLink) {
+        m_target = Open(path, FILE_READ_ATTRIBUTES | FILE_WRITE_ATTRIBUTES);
     }
+    m_known = Read(m_before);
+}
+
+bool AccessTimeKept::Read(FILETIME& time) const {
+    if (m_target) {
+        return ::GetFileTime(m_target.Get(), nullptr, &time, nullptr);
+    }
+    WIN32_FILE_ATTRIBUTE_DATA data = {};
+    const bool known = ::GetFileAttributesExW(m_path.c_str(), GetFileExInfoStandard, &data);
+    time = data.ftLastAccessTime;
+    return known;
 }
 
 AccessTimeKept::~AccessTimeKept() {
-    BY_HANDLE_FILE_INFORMATION after = {};
-    if (m_mayWrite && m_file && ::GetFileInformationByHandle(m_file.Get(), &after) &&
-        ::CompareFileTime(&after.ftLastAccessTime, &m_before.ftLastAccessTime) != 0) {
-        ::SetFileTime(m_file.Get(), nullptr, &m_before.ftLastAccessTime, nullptr);
+    FILETIME after = {};
+    if (!m_known || !Read(after) || ::CompareFileTime(&after, &m_before) == 0) {
+        return;
     }
-}
-
-FileIdentity AccessTimeKept::Identity() const {
-    return {m_before.dwVolumeSerialNumber,
-            (static_cast<ULONGLONG>(m_before.nFileIndexHigh) << 32) + m_before.nFileIndexLow};
+    const OwnedFileHandle file = m_target ? std::move(m_target) : Open(m_path, FILE_WRITE_ATTRIBUTES);
+    if (file) {
+        ::SetFileTime(file.Get(), nullptr, &m_before, nullptr);
+    }
 }
 
 }  // namespace preview

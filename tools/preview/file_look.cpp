@@ -20,7 +20,7 @@ public:
     using COperations::IsShortcut;
 
     static bool PointsAt(const std::wstring& link, const DelShortcutOp& shortcut) {
-        const AccessTimeKept kept(link);
+        const AccessTimeKept kept(link, false);
         return COperations::PointsAt(CALLER, link, {shortcut.target, shortcut.targetIsWholePath});
     }
 };
@@ -96,24 +96,40 @@ OperationResult FileLook::Folder(const std::wstring& path, RecordId record) {
         return _ERROR_NOT_FOUND;
     }
     const Wow64Redirection off(CALLER);
-    if (!::PathIsDirectoryW(path.c_str())) {
-        const bool exists = ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+    const DWORD attributes = ::GetFileAttributesW(path.c_str());
+    const bool exists = attributes != INVALID_FILE_ATTRIBUTES;
+    if (!exists || !::PathIsDirectoryW(path.c_str())) {
         Add(node, ItemKind::Folder, exists ? ItemState::Kept : ItemState::Missing, record);
         return _ERROR_NOT_FOUND;
     }
-    m_items[node].isLink = (::GetFileAttributesW(path.c_str()) & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
+    m_items[node].isLink = (attributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     TakeFolder(path, node, record);
     return _ERROR_SUCCESS;
 }
 
+// False if a link has led to the folder before, or to this one from a folder that was walked. Who a folder is costs a
+// call, which is made from the first link on.
+bool FileLook::IsFirstVisit(const std::wstring& path, NodeId node) {
+    if (!m_metLink && m_items[node].isLink) {
+        m_metLink = true;
+        for (NodeId each = 0; each < m_items.Size(); ++each) {
+            if (m_items[each].IsItem() && m_items[each].kind == ItemKind::Folder) {
+                m_walked.insert(IdentityOf(m_items.Path(each)));
+            }
+        }
+    }
+    const FileIdentity identity = m_metLink ? IdentityOf(path) : kUnknown;
+    return identity == kUnknown || m_walked.insert(identity).second;
+}
+
 // True if the folder goes: it is left empty.
 bool FileLook::TakeFolder(const std::wstring& path, NodeId node, RecordId record) {
+    const bool isWalked = !IsFirstVisit(path, node);
     Add(node, ItemKind::Folder, ItemState::Present, record);
-    const AccessTimeKept kept(path);
-    // A folder that links lead to as well is emptied once.
-    if (kept.Identity() != kUnknown && !m_walked.insert(kept.Identity()).second) {
+    if (isWalked) {
         return true;
     }
+    const AccessTimeKept kept(path, m_items[node].isLink);
     FolderEntries entries(CALLER, path);
     if (entries.Opened() != _ERROR_SUCCESS) {
         m_items[node].state = ItemState::Kept;
@@ -150,12 +166,13 @@ bool FileLook::TakeEntry(FolderEntries& entries, NodeId folder, RecordId record)
 
 OperationResult FileLook::Shortcuts(const DelShortcutOp& shortcut, RecordId record) {
     const Wow64Redirection off(CALLER);
+    // A link may lead back to where it lies: what it leads to is walked once.
     std::set<FileIdentity> seen;
-    return WalkShortcuts(shortcut.path, shortcut, record, seen);
+    return WalkShortcuts(shortcut.path, false, shortcut, record, seen);
 }
 
-OperationResult FileLook::WalkShortcuts(const std::wstring& path, const DelShortcutOp& shortcut, RecordId record,
-                                        std::set<FileIdentity>& seen) {
+OperationResult FileLook::WalkShortcuts(const std::wstring& path, bool isLink, const DelShortcutOp& shortcut,
+                                        RecordId record, std::set<FileIdentity>& seen) {
     const NodeId node = m_items.AtPath(ItemKind::Folder, View::None, path);
     if (node == kNoNode || IsGone(node)) {
         return _ERROR_NOT_FOUND;
@@ -163,10 +180,7 @@ OperationResult FileLook::WalkShortcuts(const std::wstring& path, const DelShort
     if (!::PathIsDirectoryW(path.c_str())) {
         return FileAs(ItemKind::Shortcut, path, record);
     }
-    const AccessTimeKept kept(path);
-    if (kept.Identity() != kUnknown && !seen.insert(kept.Identity()).second) {
-        return _ERROR_SUCCESS;
-    }
+    const AccessTimeKept kept(path, isLink);
     FolderEntries entries(CALLER, path);
     OperationResult result = entries.Opened();
     while (entries.Opened() == _ERROR_SUCCESS && entries.Next()) {
@@ -174,11 +188,17 @@ OperationResult FileLook::WalkShortcuts(const std::wstring& path, const DelShort
         if (entry != kNoNode && IsGone(entry)) {
             continue;
         }
+        const bool leads = (entries.Data().dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
         if (entries.IsFolder()) {
-            result = WalkShortcuts(entries.Path(), shortcut, record, seen);
+            if (!leads || seen.insert(IdentityOf(entries.Path())).second) {
+                result = WalkShortcuts(entries.Path(), leads, shortcut, record, seen);
+            }
         } else if (ShortcutTest::IsShortcut(entries.Data().cFileName) &&
                    ShortcutTest::PointsAt(entries.Path(), shortcut)) {
-            result = FileAs(ItemKind::Shortcut, entries.Path(), record);
+            const NodeId link = m_items.Child(node, ItemKind::Shortcut, View::None, entries.Data().cFileName);
+            Add(link, ItemKind::Shortcut, ItemState::Present, record);
+            m_items[link].size = Size(entries.Data().nFileSizeHigh, entries.Data().nFileSizeLow);
+            result = _ERROR_SUCCESS;
         }
     }
     return result;

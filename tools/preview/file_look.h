@@ -29,14 +29,16 @@ private:
     OperationResult FileAs(ItemKind kind, const std::wstring& path, RecordId record);
     bool TakeFolder(const std::wstring& path, NodeId node, RecordId record);
     bool TakeEntry(FolderEntries& entries, NodeId node, RecordId record);
-    OperationResult WalkShortcuts(const std::wstring& path, const DelShortcutOp& shortcut, RecordId record,
+    bool IsFirstVisit(const std::wstring& path, NodeId node);
+    OperationResult WalkShortcuts(const std::wstring& path, bool isLink, const DelShortcutOp& shortcut, RecordId record,
                                   std::set<FileIdentity>& seen);
     NodeId Add(NodeId node, ItemKind kind, ItemState state, RecordId record);
     // True if the item goes before the deletion at hand begins.
     bool IsGone(NodeId node) const;
 
     ItemTree& m_items;
-    std::set<FileIdentity> m_walked;  // folders that were emptied, by whatever path
+    bool m_metLink = false;
+    std::set<FileIdentity> m_walked;  // folders that were emptied, by whatever path; known from the first link on
 };
 
 }  // namespace preview

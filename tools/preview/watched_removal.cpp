@@ -150,7 +150,7 @@ bool WatchedRemoval::ProcessSection(IXMLDOMNode* section, const std::wstring& ap
 
 bool WatchedRemoval::ExecOperation(const OperationAttributes& attributes, const std::wstring& appPath) {
     m_complaint.clear();
-    const std::vector<std::size_t> before = ListSizes();
+    const Sizes before = ListSizes();
     const std::size_t restarts = m_restartDel.Paths().size();
     const bool succeeded = CProductUninstall::ExecOperation(attributes, appPath);
     Record& record = AddRecord(Describe(attributes));
@@ -179,15 +179,15 @@ void WatchedRemoval::Settle(Record& record, const Mark& mark) {
     }
 }
 
-std::vector<std::size_t> WatchedRemoval::ListSizes() const {
+WatchedRemoval::Sizes WatchedRemoval::ListSizes() const {
     return {m_cached.delFiles.size(),       m_cached.delFolders.size(),     m_cached.killProcesses.size(),
             m_cached.disableDrivers.size(), m_cached.delRegKeyData.size(),  m_cached.delReg.size(),
             m_cached.execTools.size(),      m_cached.execDllMethods.size(), m_cached.disableAndStopDrivers.size(),
             m_cached.delShortcuts.size()};
 }
 
-WatchedRemoval::Mark WatchedRemoval::Recorded(const std::vector<std::size_t>& before) const {
-    const std::vector<std::size_t> now = ListSizes();
+WatchedRemoval::Mark WatchedRemoval::Recorded(const Sizes& before) const {
+    const Sizes now = ListSizes();
     const auto grown = std::mismatch(now.begin(), now.end(), before.begin()).first - now.begin();
     switch (grown) {
         case 0:

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -62,8 +63,9 @@ private:
     void AddUnread(const wchar_t* what, long count);
     void Settle(Record& record, const Mark& mark);
     // The operation that the last element recorded, where the lists have grown since `before`.
-    std::vector<std::size_t> ListSizes() const;
-    Mark Recorded(const std::vector<std::size_t>& before) const;
+    using Sizes = std::array<std::size_t, 10>;
+    Sizes ListSizes() const;
+    Mark Recorded(const Sizes& before) const;
     // Of the operation that is about to run.
     RecordId Reach(const Mark& mark);
     void SettleUnreached();
