@@ -9,6 +9,7 @@ packages=(
     doctest-dev libcli11-dev nlohmann-json3-dev
     clang-format cppcheck shellcheck
     nsis wixl
+    chromium
 )
 programs=(
     wine wineserver wineboot
@@ -16,6 +17,7 @@ programs=(
     cmake ninja
     clang-format cppcheck shellcheck
     makensis wixl
+    chromium
 )
 headers=(doctest/doctest.h CLI/CLI.hpp nlohmann/json.hpp)
 

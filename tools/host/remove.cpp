@@ -161,16 +161,25 @@ ViewForm FormOf(const Options& options) {
     return options.json ? ViewForm::JsonLines : ViewForm::Text;
 }
 
-// The findings that forbid the removal, one a line; empty if there are none.
-std::wstring Refusals(const preview::Plan& plan, const Options& options) {
-    std::wstring text;
+// The findings that forbid the removal.
+std::vector<preview::Finding> Refusals(const preview::Plan& plan, const Options& options) {
+    std::vector<preview::Finding> refusals;
+    std::copy_if(
+        plan.findings.begin(), plan.findings.end(), std::back_inserter(refusals), [&](const preview::Finding& finding) {
+            return finding.severity == preview::Severity::Stop &&
+                   std::find(options.accepted.begin(), options.accepted.end(), finding.code) == options.accepted.end();
+        });
+    return refusals;
+}
+
+std::wstring CodesOf(const std::vector<preview::Finding>& findings) {
     std::set<std::string> codes;
-    for (const preview::Finding& finding : plan.findings) {
-        const bool isAccepted =
-            std::find(options.accepted.begin(), options.accepted.end(), finding.code) != options.accepted.end();
-        if (finding.severity == preview::Severity::Stop && !isAccepted && codes.insert(finding.code).second) {
-            text += L"\n  " + FromUtf8(finding.code) + L": " + Printable(finding.evidence);
-        }
+    for (const preview::Finding& finding : findings) {
+        codes.insert(finding.code);
+    }
+    std::wstring text;
+    for (const std::string& code : codes) {
+        text += (text.empty() ? L"" : L", ") + FromUtf8(code);
     }
     return text;
 }
@@ -189,10 +198,9 @@ public:
         const PlanSummary summary = Summarize(plan);
         records.RequireThatTheyStay(plan);
         ShowPlan(plan, summary);
-        if (const std::wstring refusals = Refusals(plan, m_options); !refusals.empty()) {
+        if (const auto refusals = Refusals(plan, m_options); !refusals.empty()) {
             records.Write(plan, summary, nullptr);
-            throw Failure(ERROR_INSTALL_PACKAGE_REJECTED,
-                          L"nothing was removed, for these findings (--accept CODE lets one kind pass):" + refusals);
+            Refuse(refusals);
         }
         if (!removal.steps.empty() && !m_options.yes && !Confirmed(m_out)) {
             return ERROR_INSTALL_USEREXIT;
@@ -204,6 +212,18 @@ public:
     }
 
 private:
+    // What the output has not told by now goes to the standard error.
+    [[noreturn]] void Refuse(const std::vector<preview::Finding>& refusals) const {
+        Output err(STD_ERROR_HANDLE);
+        for (const preview::Finding& finding : refusals) {
+            if (m_form == ViewForm::None) {
+                err.WriteLine(L"stop: " + FromUtf8(finding.code) + L": " + Printable(finding.evidence));
+            }
+        }
+        throw Failure(ERROR_INSTALL_PACKAGE_REJECTED, L"nothing was removed, for the findings " + CodesOf(refusals) +
+                                                          L"; --accept CODE lets one kind pass");
+    }
+
     void ShowPlan(const preview::Plan& plan, const PlanSummary& summary) {
         if (m_form == ViewForm::Text) {
             WritePlanHead(plan, summary, m_out);
