@@ -105,6 +105,9 @@
     if (item.kind === "value") {
       return inside ? item.name || "(default)" : item.path + " : " + (item.name || "(default)");
     }
+    if (item.name) {  // a tool's parameters, a library's method
+      return item.path + " " + item.name;
+    }
     return inside ? item.path.slice(item.path.lastIndexOf("\\") + 1) : item.path;
   };
 
