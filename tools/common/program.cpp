@@ -20,6 +20,10 @@ namespace {
 
 const char* g_name = "";
 
+// What the library raises where it cannot go on, and the cause that is its one argument if a document is at fault.
+constexpr DWORD kLibraryException = 0xE0505244;
+constexpr HRESULT kDocumentFault = static_cast<HRESULT>(0x80070459);
+
 constexpr char kNoMemory[] = "not enough memory";
 constexpr char kNoDocument[] = "the embedded document cannot be deciphered";
 
@@ -38,17 +42,25 @@ int Tell(const char* text) {
     ::ExitProcess(ERROR_INSTALL_FAILURE);
 }
 
-// The library ends in an access violation on some malformed catalogues.
+// The library raises an exception of its own for what it cannot go on from, and ends in an access violation on some
+// malformed catalogues.
 LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* exception) {
+    const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
+    if (record.ExceptionCode == kLibraryException && record.NumberParameters == 1) {
+        const HRESULT cause = static_cast<HRESULT>(record.ExceptionInformation[0]);
+        if (cause == E_OUTOFMEMORY || cause == kDocumentFault) {
+            EndNow(cause == E_OUTOFMEMORY ? kNoMemory : kNoDocument);
+        }
+    }
     char text[100];
     std::snprintf(text, sizeof text, "broken off by exception 0x%08lx; a file that was read may be malformed",
-                  exception->ExceptionRecord->ExceptionCode);
+                  record.ExceptionCode);
     EndNow(text);
 }
 
-// What leaves the library as a C++ exception arrives here: it shares no runtime with this program but the system's.
+// Where a C++ exception finds no handler, in the library too: it shares the system's runtime with this program.
 void EndOnAbort(int) {
-    EndNow("broken off within the library; there may not be enough memory");
+    EndNow("broken off; there may not be enough memory");
 }
 
 void Prepare(const char* name) {
