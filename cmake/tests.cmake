@@ -131,7 +131,7 @@ endfunction()
 
 # Checks of the sources themselves.
 function(prodrm_lint)
-    foreach(check format cppcheck includes shell)
+    foreach(check format cppcheck includes shell schema)
         add_test(NAME lint.${check}
                  COMMAND "${PROJECT_SOURCE_DIR}/scripts/lint.sh" ${check} "${PROJECT_BINARY_DIR}")
         set_tests_properties(lint.${check} PROPERTIES LABELS lint TIMEOUT 600)

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks of the sources: lint.sh format|cppcheck|includes|shell [BUILD_DIR]
+# Checks of the sources: lint.sh format|cppcheck|includes|shell|schema [BUILD_DIR]
 set -euo pipefail
 
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -7,6 +7,36 @@ build=${2:-build/release}
 
 sources() {
     find src include tools tests bench demo docs \( -name '*.cpp' -o -name '*.h' -o -name '*.c' \) -print0
+}
+
+# Writes the examples of a reference as files of their own: examples DOCUMENT FOLDER.
+examples() {
+    awk -v folder="$2" '/^```xml$/ { file = sprintf("%s/%d.xml", folder, ++count); next }
+                        /^```$/ { file = "" }
+                        file { print > file }' "$1"
+}
+
+# Every sample and every example is valid; a misspelt word is not.
+check_schemas() {
+    local folder kind
+    folder=$(mktemp -d)
+    # shellcheck disable=SC2064  # the folder of now
+    trap "rm -rf '$folder'" EXIT
+    for kind in script catalogue; do
+        mkdir "$folder/$kind"
+        examples "docs/$kind-reference.md" "$folder/$kind"
+    done
+    xmllint --noout --relaxng docs/schema/catalogue.rng documents/{products,detection}.xml \
+        demo/catalogue/detection.xml "$folder"/catalogue/*.xml
+    xmllint --noout --relaxng docs/schema/script.rng documents/{embedded.xml,intern/*.xml,extern/*.xml} \
+        demo/catalogue/{removal.xml,extern/*.xml} "$folder"/script/*.xml
+    for kind in script catalogue; do
+        sed 's/ name="/ nmae="/' "$folder/$kind/1.xml" >"$folder/wrong.xml"
+        if xmllint --noout --relaxng "docs/schema/$kind.rng" "$folder/wrong.xml" 2>/dev/null; then
+            echo "lint.sh: the schema of the ${kind}s takes a misspelt attribute" >&2
+            return 1
+        fi
+    done
 }
 
 case ${1:-} in
@@ -35,8 +65,11 @@ includes)
 shell)
     find scripts .ci demo tests -type f \( -name '*.sh' -o -path '.ci/*' \) -print0 | xargs -0 shellcheck -x
     ;;
+schema)
+    check_schemas
+    ;;
 *)
-    echo "usage: lint.sh format|cppcheck|includes|shell [BUILD_DIR]" >&2
+    echo "usage: lint.sh format|cppcheck|includes|shell|schema [BUILD_DIR]" >&2
     exit 2
     ;;
 esac

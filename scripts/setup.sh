@@ -7,7 +7,7 @@ packages=(
     g++-mingw-w64-i686
     cmake ninja-build
     doctest-dev libcli11-dev nlohmann-json3-dev
-    clang-format cppcheck shellcheck
+    clang-format cppcheck shellcheck libxml2-utils
     nsis wixl
     chromium
 )
@@ -15,7 +15,7 @@ programs=(
     wine wineserver wineboot
     i686-w64-mingw32-g++-win32 i686-w64-mingw32-windres
     cmake ninja
-    clang-format cppcheck shellcheck
+    clang-format cppcheck shellcheck xmllint
     makensis wixl
     chromium
 )

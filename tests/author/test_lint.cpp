@@ -10,6 +10,8 @@
 #include "author/lint/print.h"
 #include "common/json.h"
 #include "common/utf8.h"
+#include "foundation/CSpecialFolder.h"
+#include "script/CProductConfig.h"
 #include "support/com_scope.h"
 #include "support/programs.h"
 #include "support/temp_folder.h"
@@ -27,7 +29,7 @@ std::string CodesIn(const std::vector<std::wstring>& paths) {
     for (const lint::Finding& finding : report.Findings()) {
         const std::string code = ToUtf8(finding.rule->code);
         codes += met.insert(code).second ? (codes.empty() ? "" : " ") + code : "";
-        INFO(ToUtf8(lint::AsText(finding)));
+        INFO(ToUtf8(lint::AsLine(finding)));
         CHECK(finding.sentence.find(L"{0}") == std::wstring::npos);
     }
     return codes;
@@ -104,6 +106,15 @@ TEST_CASE("the samples, the demo, the built product and the examples of the refe
             CHECK(CodesIn({folder.WriteFile(L"example.xml", reference.substr(text, begin - text))}) == "");
         }
         CHECK(examples >= 4);
+    }
+}
+
+TEST_CASE("the schemas know the words of the library") {
+    const std::string schema = FileContent(InSources(L"docs\\schema\\script.rng"));
+    for (const auto& words : {CProductConfig::OperationNames(), CSpecialFolder::Names()}) {
+        for (const std::wstring& word : words) {
+            CHECK(schema.find("<value>" + ToUtf8(word) + "</value>") != std::string::npos);
+        }
     }
 }
 

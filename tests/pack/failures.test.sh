@@ -14,7 +14,8 @@ good=$folder/good.xml
 cp "$PRODRM_DIST_DIR/prodrm-pack.exe" "$packer"
 cp "$PRODRM_DIST_DIR/prodrm.dll" "$library"
 cp "$packer" "$folder/running.exe"
-echo '<a>text</a>' >"$good"
+echo '<uninstall_information><version_list/></uninstall_information>' >"$good"
+echo '<a>text</a>' >"$folder/wrong.xml"
 echo '<a><b></a>' >"$folder/malformed.xml"
 printf '<a>\xff</a>' >"$folder/latin.xml"
 printf '<\0a\0/\0>\0' >"$folder/utf16.xml"
@@ -91,10 +92,11 @@ with_limit() (
 refuses "$usage" 'usage: prodrm-pack' "$packer" "$good"
 refuses "$usage" 'usage: prodrm-pack' "$packer" "$good" "$library" more
 refuses "$failure" 'missing.xml*(2)' "$packer" "$folder/missing.xml" "$library"
-refuses "$failure" 'malformed.xml*not well-formed XML' "$packer" "$folder/malformed.xml" "$library"
+refuses "$failure" 'malformed.xml*not well-formed XML: line 1, column *mismatch' "$packer" "$folder/malformed.xml" "$library"
 refuses "$failure" 'empty.xml*not well-formed XML' "$packer" "$folder/empty.xml" "$library"
 refuses "$failure" 'latin.xml*not UTF-8' "$packer" "$folder/latin.xml" "$library"
 refuses "$failure" 'utf16.xml*UTF-16' "$packer" "$folder/utf16.xml" "$library"
+refuses "$failure" 'wrong.xml:1:1: error: *[no-root]*--force' "$packer" "$folder/wrong.xml" "$library"
 refuses "$failure" 'missing.dll*(2)' "$packer" "$good" "$folder/missing.dll"
 refuses "$failure" 'text.dll*no program file' "$packer" "$good" "$folder/text.dll"
 for words in 64-bit.dll*32-bit signed.dll*signature headers.dll*headers sections.dll*sections endless.dll*resources \
@@ -106,6 +108,6 @@ refuses "$failure" 'running.exe*(32)' "$folder/running.exe" "$good" "$folder/run
 
 size=$(($(stat -c %s "$library") / 1024))
 with_limit $((size / 2)) "$failure" 'working copy beside*Ж.dll' "$packer" "$good" "$library" || failed=1
-with_limit $((size + 64)) "$failure" 'store the document in*Ж.dll' "$packer" "$folder/big.xml" "$library" || failed=1
+with_limit $((size + 64)) "$failure" 'store the document in*Ж.dll' "$packer" --force "$folder/big.xml" "$library" || failed=1
 
 exit "$failed"

@@ -17,7 +17,7 @@ namespace {
 intptr_t Pack(const std::wstring& document, const std::wstring& library) {
     const std::wstring packer = InProduct(L"prodrm-pack.exe");
     const auto quoted = [](const std::wstring& text) { return L"\"" + text + L"\""; };
-    return ::_wspawnl(_P_WAIT, packer.c_str(), quoted(packer).c_str(), quoted(document).c_str(),
+    return ::_wspawnl(_P_WAIT, packer.c_str(), quoted(packer).c_str(), L"--force", quoted(document).c_str(),
                       quoted(library).c_str(), nullptr);
 }
 

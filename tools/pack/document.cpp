@@ -4,6 +4,7 @@
 #include <array>
 #include <stdexcept>
 
+#include "author/lint/reader.h"
 #include "common/failure.h"
 #include "common/files.h"
 #include "foundation/CConfigFileMngr.h"
@@ -30,28 +31,25 @@ std::wstring Decode(const std::wstring& file, const Bytes& bytes) {
     }
 }
 
-// Where and why, from an engine that says so: without a line its words carry nothing.
-std::wstring ParserWords(IXMLDOMDocument* document) {
-    ComPtr<IXMLDOMParseError> error;
-    Bstr reason;
-    long line = 0;
-    if (FAILED(document->get_parseError(error.Put())) || !error || FAILED(error->get_reason(reason.Put())) ||
-        FAILED(error->get_line(&line))) {
+// Where and why, in the words of the engine's other reader: the one that the library uses has none on some systems.
+std::wstring ParserWords(const Bytes& bytes) {
+    const lint::Parsed parsed = lint::Parse(bytes);
+    if (parsed.wellFormed) {
         return {};
     }
-    std::wstring words = reason.Text();
-    words.erase(words.find_last_not_of(L" \r\n") + 1);
-    return line > 0 ? L": line " + std::to_wstring(line) + L": " + words : L"";
+    return L": line " + std::to_wstring(parsed.error.position.line) + L", column " +
+           std::to_wstring(parsed.error.position.column) + L": " + parsed.error.message;
 }
 
-void CheckWellFormed(const std::wstring& file, const std::wstring& text) {
+void CheckWellFormed(const std::wstring& file, const Bytes& bytes) {
+    const std::wstring text = Decode(file, bytes);
     ComPtr<IXMLDOMDocument> document;
     HRESULT hr = dom::CreateDocument(document);
     if (FAILED(hr)) {
         throw SystemFailure(L"no XML engine to check", file, static_cast<DWORD>(hr));
     }
     if (!dom::LoadText(document.Get(), text.c_str(), hr)) {
-        throw Unusable(file, L"it is not well-formed XML" + ParserWords(document.Get()));
+        throw Unusable(file, L"it is not well-formed XML" + ParserWords(bytes));
     }
 }
 
@@ -63,7 +61,7 @@ Bytes ReadDocument(const std::wstring& file) {
         std::equal(kByteOrderMark.begin(), kByteOrderMark.end(), bytes.begin())) {
         bytes.erase(bytes.begin(), bytes.begin() + kByteOrderMark.size());
     }
-    CheckWellFormed(file, Decode(file, bytes));
+    CheckWellFormed(file, bytes);
     bytes.push_back(0);
     return bytes;
 }

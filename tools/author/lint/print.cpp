@@ -1,7 +1,6 @@
 #include "print.h"
 
 #include "common/json.h"
-#include "common/text.h"
 #include "common/utf8.h"
 
 namespace tools::lint {
@@ -77,20 +76,10 @@ Json SarifResult(const Finding& finding) {
 
 }  // namespace
 
-std::wstring AsText(const Finding& finding) {
-    std::wstring text = finding.file + L":" + std::to_wstring(finding.position.line) + L":" +
-                        std::to_wstring(finding.position.column) + L": " + SeverityName(finding.rule->severity) +
-                        L": " + finding.sentence + L" [" + finding.rule->code + L"]";
-    if (!finding.hint.empty()) {
-        text += L"; " + finding.hint;
-    }
-    return Printable(text) + L"\n";
-}
-
 std::wstring AsText(Report& report) {
     std::wstring text;
     for (const Finding& finding : report.Findings()) {
-        text += AsText(finding);
+        text += AsLine(finding);
     }
     return text + Counted(report.Files().size(), L"document") + L": " +
            Counted(report.Count(Severity::Error), L"error") + L", " +

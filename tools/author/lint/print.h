@@ -8,8 +8,6 @@ namespace tools::lint {
 
 // The findings for people, one or two lines each, and a last line with their number.
 std::wstring AsText(Report& report);
-// One finding as AsText writes it.
-std::wstring AsText(const Finding& finding);
 
 // The same as JSON, described in docs/lint.md.
 std::wstring AsJson(Report& report);

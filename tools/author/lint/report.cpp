@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <tuple>
 
+#include "common/text.h"
+
 namespace tools::lint {
 
 namespace {
@@ -20,6 +22,16 @@ std::wstring Fill(std::wstring text, Report::Details details) {
 }
 
 }  // namespace
+
+std::wstring AsLine(const Finding& finding) {
+    std::wstring text = finding.file + L":" + std::to_wstring(finding.position.line) + L":" +
+                        std::to_wstring(finding.position.column) + L": " + SeverityName(finding.rule->severity) +
+                        L": " + finding.sentence + L" [" + finding.rule->code + L"]";
+    if (!finding.hint.empty()) {
+        text += L"; " + finding.hint;
+    }
+    return Printable(text) + L"\n";
+}
 
 void Report::Add(RuleId rule, const Document& document, const Node& node, Details details) {
     AddAt(rule, document.Name(), document.Of(node), details);

@@ -18,6 +18,9 @@ struct Finding {
     std::wstring hint;  // empty for none
 };
 
+// A finding as a line for people.
+std::wstring AsLine(const Finding& finding);
+
 // The findings of a run, in the order of the documents and, within one, of their places.
 class Report {
 public:
