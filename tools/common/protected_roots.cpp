@@ -13,7 +13,7 @@ namespace {
 
 // Keys below HKEY_LOCAL_MACHINE and HKEY_CURRENT_USER alike: what exists in one of them only does no harm in the other.
 // A key above one of these is protected as well.
-constexpr const wchar_t* kProtectedKeys[] = {
+constexpr std::wstring_view kProtectedKeys[] = {
     L"BCD00000000",
     L"Control Panel",
     L"Environment",
@@ -78,20 +78,20 @@ bool IsControlSet(std::wstring_view part) {
     return part.size() == kName.size() + 3 && EqualsBlind(part.substr(0, kName.size()), kName);
 }
 
-// The key below its hive, as the table would write it.
-std::wstring TableForm(std::wstring_view rest) {
-    std::wstring form;
+bool SamePart(std::wstring_view part, std::wstring_view tablePart) {
+    return EqualsBlind(part, tablePart) || (IsControlSet(part) && EqualsBlind(tablePart, L"CurrentControlSet"));
+}
+
+// `rest` is a key below its hive, `root` one of the table.
+bool IsOrHoldsKey(std::wstring_view rest, std::wstring_view root) {
     while (!rest.empty()) {
-        std::wstring_view part = TakePart(rest);
-        if (EqualsBlind(part, L"Wow6432Node") && !rest.empty()) {
-            continue;
+        const std::wstring_view part = TakePart(rest);
+        const bool mirrored = EqualsBlind(part, L"Wow6432Node") && !rest.empty();
+        if (!mirrored && !SamePart(part, TakePart(root))) {
+            return false;
         }
-        if (IsControlSet(part)) {
-            part = L"CurrentControlSet";
-        }
-        form.append(form.empty() ? L"" : L"\\").append(part);
     }
-    return form;
+    return true;
 }
 
 }  // namespace
@@ -131,19 +131,21 @@ bool IsOrHolds(std::wstring_view path, std::wstring_view root) {
 }
 
 bool IsProtectedKey(std::wstring_view key) {
+    constexpr std::wstring_view kClasses = L"Software\\Classes\\";
     const std::wstring_view hive = TakePart(key);
-    std::wstring below = TableForm(WithoutEnd(key));
-    if (hive == L"HKEY_CLASSES_ROOT") {
-        below = below.empty() ? L"Software\\Classes" : L"Software\\Classes\\" + below;
-    } else if (hive == L"HKEY_USERS") {  // the first part names the user
-        std::wstring_view rest = below;
-        TakePart(rest);
-        below = rest;
-    } else if (hive != L"HKEY_LOCAL_MACHINE" && hive != L"HKEY_CURRENT_USER") {
+    std::wstring_view rest = WithoutEnd(key);
+    const bool ofClasses = hive == L"HKEY_CLASSES_ROOT";
+    if (hive == L"HKEY_USERS") {
+        TakePart(rest);  // the user
+    } else if (!ofClasses && hive != L"HKEY_LOCAL_MACHINE" && hive != L"HKEY_CURRENT_USER") {
         return true;  // of the configuration and of performance data: all of it is the system's
     }
-    return below.empty() || std::any_of(std::begin(kProtectedKeys), std::end(kProtectedKeys),
-                                        [&below](const wchar_t* root) { return IsOrHolds(below, root); });
+    return std::any_of(std::begin(kProtectedKeys), std::end(kProtectedKeys), [&](std::wstring_view root) {
+        if (ofClasses) {
+            return root.starts_with(kClasses) && IsOrHoldsKey(rest, root.substr(kClasses.size()));
+        }
+        return IsOrHoldsKey(rest, root);
+    });
 }
 
 }  // namespace tools

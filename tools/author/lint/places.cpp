@@ -4,6 +4,7 @@
 #include <shlobj.h>
 
 #include <algorithm>
+#include <array>
 
 #include "common/protected_roots.h"
 #include "foundation/CSpecialFolder.h"
@@ -107,14 +108,46 @@ std::vector<std::wstring> ApplicationFolders(const Version& version, System syst
     return folders;
 }
 
-}  // namespace
-
-std::vector<std::wstring> FoldersOf(const std::wstring& name, const Version& version, System system) {
+std::vector<std::wstring> FindFolders(const std::wstring& name, const Version& version, System system) {
     if (name == element::kAppPath) {
         return ApplicationFolders(version, system);
     }
     const std::wstring folder = KnownFolder(name, system);
     return folder.empty() ? std::vector<std::wstring>() : std::vector{folder};
+}
+
+std::size_t Index(System system) {
+    return system == System::X64 ? 1 : 0;
+}
+
+std::vector<std::wstring> ProtectedFolders(System system) {
+    std::vector<std::wstring> folders = {L"C:\\Users\\user", L"C:\\Program Files"};
+    for (const int number : kProtectedFolders) {
+        const std::wstring folder = UsualFolderOf(number, system);
+        if (!folder.empty()) {
+            folders.push_back(folder);
+        }
+    }
+    return folders;
+}
+
+const std::vector<std::wstring>& ProtectedFoldersOn(System system) {
+    static const std::array<std::vector<std::wstring>, 2> folders = {ProtectedFolders(System::X86),
+                                                                     ProtectedFolders(System::X64)};
+    return folders[Index(system)];
+}
+
+}  // namespace
+
+const std::vector<std::wstring>& FoldersOf(const std::wstring& name, const Version& version, System system) {
+    auto found = version.folders.find(name);
+    if (found == version.folders.end()) {
+        found = version.folders.try_emplace(name).first;
+        for (const System each : {System::X86, System::X64}) {
+            found->second[Index(each)] = FindFolders(name, version, each);
+        }
+    }
+    return found->second[Index(system)];
 }
 
 std::vector<std::wstring> PathsOf(const Element& element, System system) {
@@ -156,13 +189,20 @@ bool IsProtectedFolder(const std::wstring& path, System system) {
         return false;
     }
     const bool isDrive = path.size() >= 2 && path[1] == L':' && path.find_first_not_of(L"\\/", 2) == std::wstring::npos;
-    return isDrive || IsOrHolds(path, L"C:\\Users\\user") ||
-           std::any_of(kProtectedFolders.begin(), kProtectedFolders.end(),
-                       [&](int number) {
-                           const std::wstring root = UsualFolderOf(number, system);
-                           return !root.empty() && IsOrHolds(path, root);
-                       }) ||
-           IsOrHolds(path, L"C:\\Program Files");
+    const std::vector<std::wstring>& folders = ProtectedFoldersOn(system);
+    return isDrive || std::any_of(folders.begin(), folders.end(),
+                                  [&path](const std::wstring& folder) { return IsOrHolds(path, folder); });
+}
+
+bool IsHarmlessBelow(const std::wstring& folder, const std::wstring& name, System system) {
+    const std::size_t size = folder.size() + 1 + name.size();
+    const bool hasDots =
+        name[0] == L'.' || name.find(L"\\.") != std::wstring::npos || name.find(L"/.") != std::wstring::npos;
+    const std::vector<std::wstring>& folders = ProtectedFoldersOn(system);
+    return size < MAX_PATH && !hasDots && name[0] != L'\\' && name[0] != L'/' &&
+           std::none_of(folders.begin(), folders.end(), [&](const std::wstring& root) {
+               return root.size() >= size && IsOrHolds(name, std::wstring_view(root).substr(folder.size() + 1));
+           });
 }
 
 }  // namespace tools::lint

@@ -111,6 +111,23 @@ bool DeletesWholeAppPath(const Element& element) {
            element.FindNonEmpty(kName) == nullptr;
 }
 
+// Most elements need no closer look.
+bool IsHarmless(const Element& element) {
+    const std::wstring* const folder = element.FindNonEmpty(kPath);
+    const std::wstring* const name = element.FindNonEmpty(kName);
+    if (folder == nullptr || name == nullptr) {
+        return false;
+    }
+    for (const System system : {System::X86, System::X64}) {
+        for (const std::wstring& path : FoldersOf(*folder, *element.section->version, system)) {
+            if (!IsHarmlessBelow(path, *name, system)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
 }  // namespace
 
 void CheckRelativePath(const Script& script, const Element& element, Report& report) {
@@ -156,37 +173,27 @@ void CheckWildcard(const Script& script, const Element& element, Report& report)
     }
 }
 
-void CheckTooLong(const Script& script, const Element& element, Report& report) {
-    const std::wstring* const text = PathText(element);
-    if (text == nullptr || element.Is(OPERATION_DEL_SHORTCUT)) {
-        return;
-    }
-    std::size_t longest = text->size();
-    for (const System system : {System::X86, System::X64}) {
-        for (const std::wstring& path : PathsOf(element, system)) {
-            longest = IsFromRegistry(path) ? longest : std::max(longest, path.size());
-        }
-    }
-    if (longest >= MAX_PATH) {
-        report.Add(RuleId::TooLong, script.document, *element.node, PathAttribute(element), {std::to_wstring(longest)});
-    }
-}
-
-void CheckProtectedFolder(const Script& script, const Element& element, Report& report) {
-    if (script.role != Role::Removal || !element.Is(OPERATION_DEL_FOLDER)) {
+// By where the path leads on either kind of system.
+void CheckWholePath(const Script& script, const Element& element, Report& report) {
+    if (!(element.Is(OPERATION_DEL_FILE) || element.Is(OPERATION_DEL_FOLDER)) || IsHarmless(element)) {
         return;
     }
     const std::wstring* const name = element.Find(kName);
-    if (name != nullptr && name->empty()) {
-        return;
-    }
+    const bool mayHoldRoot =
+        script.role == Role::Removal && element.Is(OPERATION_DEL_FOLDER) && (name == nullptr || !name->empty());
+    std::size_t longest = name != nullptr ? name->size() : 0;
+    bool isProtected = false;
     for (const System system : {System::X86, System::X64}) {
         for (const std::wstring& path : PathsOf(element, system)) {
-            if (IsProtectedFolder(path, system)) {
+            longest = IsFromRegistry(path) ? longest : std::max(longest, path.size());
+            if (mayHoldRoot && !isProtected && IsProtectedFolder(path, system)) {
                 report.Add(RuleId::ProtectedRoot, script.document, *element.node, {path});
-                return;
+                isProtected = true;
             }
         }
+    }
+    if (longest >= MAX_PATH) {
+        report.Add(RuleId::TooLong, script.document, *element.node, kName, {std::to_wstring(longest)});
     }
 }
 

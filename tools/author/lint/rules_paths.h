@@ -10,8 +10,7 @@ void CheckEnvironmentText(const Script& script, const Element& element, Report& 
 void CheckTrailingSeparator(const Script& script, const Element& element, Report& report);
 void CheckParentFolder(const Script& script, const Element& element, Report& report);
 void CheckWildcard(const Script& script, const Element& element, Report& report);
-void CheckTooLong(const Script& script, const Element& element, Report& report);
-void CheckProtectedFolder(const Script& script, const Element& element, Report& report);
+void CheckWholePath(const Script& script, const Element& element, Report& report);
 void CheckUnanchoredAppPath(const Script& script, Report& report);
 
 // Of processes, services and the restart.

@@ -44,41 +44,61 @@ struct PlainDeletion {
     const Element* element;
 };
 
-std::vector<PlainDeletion> PlainDeletions(const Script& script) {
-    std::vector<PlainDeletion> deletions;
-    script.ForEachElement([&deletions](const Element& element) {
-        const bool isKey = element.Is(OPERATION_DEL_REGKEY) && element.Find(kDataStr) == nullptr;
-        const std::wstring* const key = element.Find(isKey ? kName : kKeyPath);
-        if (element.section->version->walked && key != nullptr && (isKey || element.Is(OPERATION_DEL_REGVALUE))) {
-            deletions.push_back({{*key, L"", IsX32View(element.Find(kX32View)), !isKey}, &element});
-        }
-    });
-    return deletions;
-}
-
-// The keys that the removal still comes to in the 32-bit view after its own sorting and thinning.
-std::set<std::wstring> DoneIn32BitView(const std::vector<PlainDeletion>& deletions) {
-    CachedOperations operations;
-    std::transform(deletions.begin(), deletions.end(), std::back_inserter(operations.delReg),
-                   [](const PlainDeletion& deletion) { return deletion.operation; });
-    operations.SortAndThin();
-    std::set<std::wstring> keys;
-    for (const DelRegOp& operation : operations.delReg) {
-        if (operation.x32view) {
-            keys.insert(operation.keyPath);
-        }
-    }
-    return keys;
-}
-
-bool IsBelowOneOf(const std::wstring& key, const std::set<std::wstring>& keys) {
-    for (std::size_t end = key.find_last_of(L"\\/"); end != std::wstring::npos && end > 0;
+bool IsBelowOneOf(std::wstring_view key, const std::set<std::wstring_view>& keys) {
+    for (std::size_t end = key.find_last_of(L"\\/"); end != std::wstring_view::npos && end > 0;
          end = key.find_last_of(L"\\/", end - 1)) {
         if (keys.contains(key.substr(0, end))) {
             return true;
         }
     }
     return false;
+}
+
+// The key of such an element that is walked; null for any other.
+const std::wstring* PlainKey(const Element& element) {
+    const bool isKey = element.Is(OPERATION_DEL_REGKEY) && element.Find(kDataStr) == nullptr;
+    const bool isPlain = element.section->version->walked && (isKey || element.Is(OPERATION_DEL_REGVALUE));
+    return isPlain ? element.Find(isKey ? kName : kKeyPath) : nullptr;
+}
+
+std::vector<PlainDeletion> PlainDeletions(const Script& script) {
+    std::vector<PlainDeletion> deletions;
+    script.ForEachElement([&deletions](const Element& element) {
+        if (const std::wstring* const key = PlainKey(element)) {
+            const bool isValue = element.Is(OPERATION_DEL_REGVALUE);
+            deletions.push_back({{*key, L"", IsX32View(element.Find(kX32View)), isValue}, &element});
+        }
+    });
+    return deletions;
+}
+
+// True if some key is deleted in the system's own view and in the 32-bit one, or in one of them above the other.
+bool AnyInBothViews(const std::vector<PlainDeletion>& deletions) {
+    std::set<std::wstring_view> native;
+    for (const PlainDeletion& deletion : deletions) {
+        if (!deletion.operation.x32view && !deletion.operation.isValue) {
+            native.insert(deletion.operation.keyPath);
+        }
+    }
+    return !native.empty() && std::any_of(deletions.begin(), deletions.end(), [&native](const PlainDeletion& deletion) {
+        const std::wstring& key = deletion.operation.keyPath;
+        return deletion.operation.x32view && (native.contains(key) || IsBelowOneOf(key, native));
+    });
+}
+
+// The keys that the removal still comes to in the 32-bit view after its own sorting and thinning.
+std::vector<std::wstring> DoneIn32BitView(const std::vector<PlainDeletion>& deletions) {
+    CachedOperations operations;
+    std::transform(deletions.begin(), deletions.end(), std::back_inserter(operations.delReg),
+                   [](const PlainDeletion& deletion) { return deletion.operation; });
+    operations.SortAndThin();
+    std::vector<std::wstring> keys;
+    for (const DelRegOp& operation : operations.delReg) {
+        if (operation.x32view) {
+            keys.push_back(operation.keyPath);
+        }
+    }
+    return keys;
 }
 
 // The same key with its hive by the other of its two names.
@@ -170,7 +190,11 @@ void CheckViewLost(const Script& script, Report& report) {
         return;
     }
     const std::vector<PlainDeletion> deletions = PlainDeletions(script);
-    const std::set<std::wstring> done = DoneIn32BitView(deletions);
+    if (!AnyInBothViews(deletions)) {
+        return;
+    }
+    const std::vector<std::wstring> keys = DoneIn32BitView(deletions);
+    const std::set<std::wstring_view> done(keys.begin(), keys.end());
     for (const PlainDeletion& deletion : deletions) {
         const std::wstring& key = deletion.operation.keyPath;
         if (deletion.operation.x32view && !done.contains(key) && !IsBelowOneOf(key, done)) {

@@ -40,8 +40,8 @@ constexpr ElementRule kElementRules[] = {
     &CheckTrailingSeparator,
     &CheckParentFolder,
     &CheckWildcard,
-    &CheckTooLong,
-    &CheckProtectedFolder,
+    &CheckWholePath,
+
     &CheckProcessName,
     &CheckSystemProcess,
     &CheckSystemService,

@@ -99,7 +99,7 @@ void CheckIgnoredAttribute(const Script& script, const Element& element, Report&
         } else if (attribute.name == kCompleteStr && element.Find(kDataStr) == nullptr &&
                    element.Is(OPERATION_DEL_REGKEY)) {
             ignored(attribute.name, L"it needs data_str");
-        } else if (IsKnownAttribute(attribute.name) && !element.words->Reads(attribute.name)) {
+        } else if (!element.words->Reads(attribute.name) && IsKnownAttribute(attribute.name)) {
             ignored(attribute.name, OperationName(element) + L" does without it");
         }
     }
@@ -191,20 +191,22 @@ void CheckFolderName(const Script& script, const Element& element, const wchar_t
         }
         return;
     }
+    static const std::vector<std::wstring> names = CSpecialFolder::Names();
+    if (std::find(names.begin(), names.end(), name) != names.end()) {
+        return;
+    }
     if (!CSpecialFolder::NumberOf(name, true)) {
-        std::vector<std::wstring> known = CSpecialFolder::Names();
+        std::vector<std::wstring> known = names;
         known.emplace_back(element::kAppPath);
         report.Add(RuleId::UnknownFolder, script.document, *element.node, attribute, {name, Suggest(name, known)});
         return;
     }
     const std::wstring lower = LowerCase(name);
-    if (lower != name) {
-        const wchar_t* const effect =
-            lower == L"program_files" || lower == L"common_files" ? L" and means the 32-bit folder on a 64-bit system"
-            : lower.starts_with(L"windows_system_drivers")        ? L" and means the system folder itself"
-                                                                  : L"";
-        report.Add(RuleId::FolderCase, script.document, *element.node, attribute, {name, effect, lower});
-    }
+    const wchar_t* const effect =
+        lower == L"program_files" || lower == L"common_files" ? L" and means the 32-bit folder on a 64-bit system"
+        : lower.starts_with(L"windows_system_drivers")        ? L" and means the system folder itself"
+                                                              : L"";
+    report.Add(RuleId::FolderCase, script.document, *element.node, attribute, {name, effect, lower});
 }
 
 void CheckHive(const Document& document, const Node& node, std::wstring_view attribute, Report& report) {

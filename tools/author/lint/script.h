@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <deque>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
 #include <vector>
@@ -47,6 +49,8 @@ struct Version {
     const Node* installFolder;
     const Node* sectionsNode;  // win_nt; null if missing
     std::deque<Section> sections;
+    // What folder names mean in this version, as far as it was asked: first on a 32-bit system, then on a 64-bit one.
+    mutable std::map<std::wstring, std::array<std::vector<std::wstring>, 2>, std::less<>> folders = {};
 };
 
 // A script as its readers take it. The document outlives it.
