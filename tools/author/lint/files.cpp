@@ -4,15 +4,12 @@
 
 #include <algorithm>
 
-#include "common/failure.h"
 #include "foundation/owned.h"
 #include "foundation/text.h"
 
 namespace tools::lint {
 
 namespace {
-
-constexpr LONGLONG kMaxBytes = 64 << 20;  // what a 32-bit process can hold several times over
 
 bool HasEnding(const std::wstring& name, std::wstring_view ending) {
     return name.size() > ending.size() &&
@@ -34,25 +31,6 @@ std::vector<std::wstring> NamesIn(const std::wstring& folder) {
 }
 
 }  // namespace
-
-Bytes ReadFileBytes(const std::wstring& path) {
-    const OwnedFileHandle file(::CreateFileW(path.c_str(), GENERIC_READ, FILE_SHARE_READ, nullptr, OPEN_EXISTING,
-                                             FILE_ATTRIBUTE_NORMAL, nullptr));
-    LARGE_INTEGER size;
-    if (!file || !::GetFileSizeEx(file.Get(), &size)) {
-        throw SystemFailure(L"cannot read", path);
-    }
-    if (size.QuadPart > kMaxBytes) {
-        throw Failure(ERROR_INSTALL_FAILURE, L"it is larger than 64 MB");
-    }
-    Bytes bytes(static_cast<std::size_t>(size.QuadPart));
-    DWORD count = 0;
-    if (!::ReadFile(file.Get(), bytes.data(), static_cast<DWORD>(bytes.size()), &count, nullptr)) {
-        throw SystemFailure(L"cannot read", path);
-    }
-    bytes.resize(count);
-    return bytes;
-}
 
 bool IsFolder(const std::wstring& path) {
     const DWORD attributes = ::GetFileAttributesW(path.c_str());

@@ -3,12 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "reader.h"
-
 namespace tools::lint {
-
-// Throws Failure with the words of the system.
-Bytes ReadFileBytes(const std::wstring& path);
 
 bool IsFolder(const std::wstring& path);
 bool IsFile(const std::wstring& path);

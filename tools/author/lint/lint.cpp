@@ -1,6 +1,7 @@
 #include "lint.h"
 
 #include "common/failure.h"
+#include "common/files.h"
 #include "embedded.h"
 #include "files.h"
 #include "rules_folder.h"
@@ -83,7 +84,7 @@ private:
         m_report.AddFile(path);
         Bytes bytes;
         try {
-            bytes = ReadFileBytes(path);
+            bytes = ReadWholeFile(L"the file", path);
             if (IsProgramFile(bytes)) {
                 bytes = ReadEmbedded(path);
             }

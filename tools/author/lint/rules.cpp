@@ -20,7 +20,7 @@ const std::vector<Rule>& AllRules() {
     static const std::vector<Rule> rules = {
     // documents
     {NotReadable, L"not-readable", kError,
-     L"the file cannot be read: {0}", L""},
+     L"nothing to check: {0}", L""},
     {NotWellFormed, L"not-well-formed", kError,
      L"the XML engine refuses the document: {0}", L"nothing of the document is read until this is mended"},
     {NoRoot, L"no-root", kError,
