@@ -76,8 +76,8 @@ void ToolFolder::Delete(const std::wstring& relative) const {
 
 void ToolFolder::Embed(std::string_view document) const {
     const std::wstring file = Write(L"embedded.xml", document);
-    const ToolRun run =
-        RunProgram(InProduct(L"prodrm-pack.exe"), L"--force \"" + file + L"\" \"" + Path(L"prodrm.dll") + L"\"", Path({}));
+    const ToolRun run = RunProgram(InProduct(L"prodrm-pack.exe"),
+                                   L"--force \"" + file + L"\" \"" + Path(L"prodrm.dll") + L"\"", Path({}));
     if (run.code != 0) {
         throw std::runtime_error(run.err);
     }
