@@ -211,14 +211,17 @@ judge() {
     show "$work/verdict.txt"
 }
 
-# Ends when no uninstaller runs on the machine any more: some start a copy of themselves and end at once.
+# Ends when no uninstaller has run on the machine for two seconds: some start a copy of themselves and end at once.
 wait_for_uninstaller() {
-    local tries
-    for ((tries = 0; tries < 200; ++tries)); do
+    local tries process idle=0
+    for ((tries = 0; tries < 300 && idle < 10; ++tries)); do
         sleep 0.2
-        grep -lzF "WINEPREFIX=$(readlink -m "$prefix")" /proc/[0-9]*/environ 2>/dev/null |
-            sed 's/environ$/cmdline/' | xargs -r grep -lziE 'un_[a-z]\.exe|au_\.exe|msiexec' 2>/dev/null |
-            grep -q . || return 0
+        ((++idle))
+        for process in $(pgrep -f 'un_[a-z]\.exe|au_\.exe|uninst\.exe|msiexec' -i || true); do
+            if grep -qzxF "WINEPREFIX=$(readlink -m "$prefix")" "/proc/$process/environ" 2>/dev/null; then
+                idle=0
+            fi
+        done
     done
 }
 

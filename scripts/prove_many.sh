@@ -3,7 +3,7 @@
 # The shapes are the files of tests/author/installers; without names, all of them. Each is made into an installer by
 # makensis and goes through prove.sh; with --kind both, the documents that were drafted on a 64-bit machine are also
 # proved on a 32-bit machine and on a 64-bit one whose program folders and profile lie elsewhere. Ends with one table;
-# fails if one proof fails. Differences and drafts stay in build/prove/SHAPE.
+# fails if one proof fails. Differences and drafts stay in build/prove/KIND/SHAPE.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -45,7 +45,8 @@ if [[ $build == yes ]]; then
     "$root/scripts/build.sh" release >/dev/null
 fi
 
-elsewhere=$root/build/prove/elsewhere.sh
+results=$root/build/prove/$kind
+elsewhere=$results/elsewhere.sh
 
 prove() {
     local folder=$1
@@ -55,7 +56,7 @@ prove() {
 
 # prove_shape SHAPE: its rows on the output.
 prove_shape() {
-    local shape=$1 work=$root/build/prove/$1 product code=0
+    local shape=$1 work=$results/$1 product code=0
     product="Birkenfeld ${shape//_/ }"
     rm -rf "$work"
     mkdir -p "$work"
@@ -77,7 +78,7 @@ if [[ -n $one ]]; then
 fi
 
 # A machine on which everything lies elsewhere. Sourced by prove.sh's machine as its first installer.
-mkdir -p "$root/build/prove"
+mkdir -p "$results"
 cat >"$elsewhere" <<'SCRIPT'
 set -euo pipefail
 run() { "$PRODRM_ROOT/scripts/prefix.sh" run "$PRODRM_PREFIX" "$@"; }
@@ -102,11 +103,11 @@ printf '%s\n' "${shapes[@]}" |
         "$root/scripts/prove_many.sh" --no-build --kind "$kind" --one SHAPE || code=1
 heading=
 for shape in "${shapes[@]}"; do
-    grep -E '^product' "$root/build/prove/$shape.txt" | head -n 1 >"$root/build/prove/heading.txt" || true
-    if [[ -z $heading && -s $root/build/prove/heading.txt ]]; then
-        heading=$(<"$root/build/prove/heading.txt")
+    grep -E '^product' "$results/$shape.txt" | head -n 1 >"$results/heading.txt" || true
+    if [[ -z $heading && -s $results/heading.txt ]]; then
+        heading=$(<"$results/heading.txt")
         printf '%s\n' "$heading"
     fi
-    grep -vE '^product|^$' "$root/build/prove/$shape.txt" || true
+    grep -vE '^product|^$' "$results/$shape.txt" || true
 done
 exit "$code"
