@@ -311,6 +311,9 @@ TEST_CASE("a receipt tells later looks what to look for") {
         const OwnedFileHandle held = HoldFile(file, FILE_SHARE_READ);
         const std::wstring remove = L"remove F --force --yes --receipt \"" + receipt + L"\"";
         CHECK(machine.tool.Run(remove).code == ERROR_SUCCESS_REBOOT_REQUIRED);
+        // Were it installed again now, it would lose the file.
+        CHECK(machine.tool.Run(L"list --installed").out.find("\"F\" uses it: " + Narrow(file)) != std::string::npos);
+        CHECK(machine.tool.Run(L"plan F").out.find("since an earlier removal: 1") != std::string::npos);
         // A second removal before the restart hands nothing in twice.
         const ToolRun again = machine.tool.Run(remove + L" --json");
         CHECK(again.code == ERROR_SUCCESS_REBOOT_REQUIRED);

@@ -4,9 +4,12 @@
 
 #include <utility>
 
+#include "common/com_scope.h"
 #include "common/json.h"
 #include "common/table.h"
 #include "common/text.h"
+#include "pending_deletions.h"
+#include "preview/findings.h"
 
 namespace tools::host {
 
@@ -41,13 +44,37 @@ Json ToJson(const Product& product, const Options& options) {
     return value;
 }
 
-std::wstring JsonText(const std::vector<Product>& products, const Options& options) {
+using EndangeredPaths = std::vector<preview::EndangeredPath>;
+
+std::wstring JsonText(const std::vector<Product>& products, const EndangeredPaths& endangered, const Options& options) {
     Json list = Json::array();
     for (const Product& product : products) {
         list.push_back(ToJson(product, options));
     }
+    Json whole = {{"products", std::move(list)}};
+    for (const preview::EndangeredPath& each : endangered) {
+        whole["waiting_deletions"].push_back({{"path", ToUtf8(each.path)}, {"product", ToUtf8(each.product)}});
+    }
     constexpr int kIndent = 2;
-    return ToText({{"products", std::move(list)}}, kIndent, options.escaped) + L"\n";
+    return ToText(whole, kIndent, options.escaped) + L"\n";
+}
+
+std::wstring WarningText(const EndangeredPaths& endangered) {
+    std::wstring text;
+    for (const preview::EndangeredPath& each : endangered) {
+        text += Printable(L"Goes at the next restart, although " + Quoted(each.product) + L" uses it: " + each.path) +
+                L"\n";
+    }
+    return text;
+}
+
+EndangeredPaths Endangered(const Options& options, const Library& library) {
+    const std::vector<std::wstring> pending = options.installed ? PendingDeletions() : std::vector<std::wstring>();
+    if (pending.empty()) {
+        return {};
+    }
+    const ComScope com;
+    return preview::EndangeredByRestart(library.Folder(), pending);
 }
 
 std::wstring Joined(const std::vector<std::wstring>& texts) {
@@ -105,13 +132,13 @@ std::vector<Product> Listed(const Options& options, const Library& library) {
 
 int RunList(const Options& options, const Library& library, Output& out) {
     const std::vector<Product> products = Listed(options, library);
+    const EndangeredPaths endangered = Endangered(options, library);
     if (options.json) {
-        out.Write(JsonText(products, options));
-    } else if (options.details) {
-        out.Write(DetailsText(products, EscapeOf(options)));
-    } else {
-        out.Write(TableText(products, options));
+        out.Write(JsonText(products, endangered, options));
+        return ERROR_SUCCESS;
     }
+    out.Write(options.details ? DetailsText(products, EscapeOf(options)) : TableText(products, options));
+    out.Write(WarningText(endangered));
     return ERROR_SUCCESS;
 }
 

@@ -90,6 +90,15 @@ void DropRepeatedDeletions() {
     }
 }
 
+void MarkPendingItems(preview::Plan& plan) {
+    for (const std::wstring& path : PendingDeletions()) {
+        const preview::NodeId node = plan.items.FindPath(preview::ItemKind::File, preview::View::None, path);
+        if (node != preview::kNoNode && plan.items[node].IsItem()) {
+            plan.items[node].isPending = true;
+        }
+    }
+}
+
 std::vector<std::wstring> NewPaths(const std::vector<std::wstring>& before, const std::vector<std::wstring>& after) {
     std::vector<std::wstring> known = before;
     std::vector<std::wstring> added;

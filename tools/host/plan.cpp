@@ -8,6 +8,7 @@
 #include "common/modules.h"
 #include "document.h"
 #include "log_control.h"
+#include "pending_deletions.h"
 #include "plan_json.h"
 #include "plan_summary.h"
 #include "plan_text.h"
@@ -33,6 +34,7 @@ preview::Plan MakePreview(const RemovalPlan& removal, const Library& library) {
     std::transform(removal.steps.begin(), removal.steps.end(), std::back_inserter(calls), CallOf);
     preview::Plan plan = preview::MakePlan(calls, library.Module());
     preview::AddFindings(plan, library.Folder());
+    MarkPendingItems(plan);
     return plan;
 }
 

@@ -60,6 +60,7 @@ PlanSummary Summarize(const preview::Plan& plan) {
         if (!item.IsItem()) {
             continue;
         }
+        summary.pending += item.isPending ? 1U : 0U;
         switch (item.state) {
             case ItemState::Present:
                 ++summary.present[static_cast<std::size_t>(item.kind)];

@@ -16,8 +16,9 @@ struct PlanSummary {
     std::size_t missing = 0;
     std::size_t waiting = 0;
     std::size_t kept = 0;
-    bool restart = false;  // asked for by the document, or by what waits
-    bool stopped = false;  // by a finding
+    std::size_t pending = 0;  // of all, those in the system's list of deletions at the restart already
+    bool restart = false;     // asked for by the document, or by what waits
+    bool stopped = false;     // by a finding
 
     std::size_t operator[](preview::ItemKind kind) const { return present[static_cast<std::size_t>(kind)]; }
     int ExitCode() const;

@@ -110,6 +110,10 @@ private:
         if (m_summary.restart) {
             Line(0, L"A restart will be asked for.");
         }
+        if (m_summary.pending != 0) {
+            Line(0, L"Waiting for the restart already, since an earlier removal: " +
+                        std::to_wstring(m_summary.pending) + L". A product installed before it would lose them then.");
+        }
         const Machine machine = ThisMachine();
         Line(0, L"The document's app_data, desktop_folder and HKCU are those of the account " + machine.account +
                     L" (" + machine.profile + L")" +

@@ -18,6 +18,9 @@ Records::Records(const Options& options) {
 }
 
 void Records::RequireThatTheyStay(const preview::Plan& plan) const {
+    if (!m_receipt && !m_report) {
+        return;
+    }
     const preview::Effects effects(plan.items);
     for (const std::optional<KeptFile>* file : {&m_receipt, &m_report}) {
         if (*file && effects.File((*file)->Path()) != preview::kNoNode) {

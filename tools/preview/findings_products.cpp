@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "catalogue/CProducts.h"
+#include "findings.h"
 #include "findings_passes.h"
 #include "foundation/CSplitKeyPath.h"
 #include "foundation/CWow64.h"
@@ -249,6 +250,11 @@ private:
     std::vector<Use> m_uses;
 };
 
+bool Exists(const std::wstring& path) {
+    const Wow64Redirection off(CALLER);
+    return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
+}
+
 class Products {
 public:
     Products(Plan& plan, const Effects& effects) : m_plan(plan), m_effects(effects) {}
@@ -319,30 +325,55 @@ private:
         return kNoNode;
     }
 
-    static bool Exists(const std::wstring& path) {
-        const Wow64Redirection off(CALLER);
-        return ::GetFileAttributesW(path.c_str()) != INVALID_FILE_ATTRIBUTES;
-    }
-
     Plan& m_plan;
     const Effects& m_effects;
     std::wstring m_whose;
 };
 
+// Calls act(product, catalogue) for what the catalogues in a folder list. One that this run does not need may be
+// missing; one that cannot be read tells nothing of its products.
+template <typename Act>
+void ForEachProduct(const std::wstring& folder, const Act& act) {
+    for (const Catalogue& catalogue : kCatalogues) {
+        CProducts known;
+        if (known.Load(folder + L"\\" + catalogue.file, catalogue.type, nullptr)) {
+            for (const CProduct& product : known.Products()) {
+                act(product, catalogue);
+            }
+        }
+    }
+}
+
+bool Uses(const UseScan& scan, const std::wstring& path) {
+    const std::wstring folded = FoldedPath(path);
+    return std::any_of(scan.Uses().begin(), scan.Uses().end(), [&](const UseScan::Use& use) {
+        return (use.kind == UseScan::Use::Kind::File && FoldedPath(use.path) == folded) ||
+               (use.kind == UseScan::Use::Kind::Folder && IsWithin(FoldedPath(use.path), folded));
+    });
+}
+
 }  // namespace
 
 void AddProductFindings(Plan& plan, const Effects& effects, const std::wstring& folder) {
     Products products(plan, effects);
-    for (const Catalogue& catalogue : kCatalogues) {
-        CProducts known;
-        // A catalogue that this run does not need may be missing; one that cannot be read tells nothing of its
-        // products.
-        if (known.Load(folder + L"\\" + catalogue.file, catalogue.type, nullptr)) {
-            for (const CProduct& product : known.Products()) {
-                products.Check(product, catalogue);
+    ForEachProduct(folder,
+                   [&](const CProduct& product, const Catalogue& catalogue) { products.Check(product, catalogue); });
+}
+
+std::vector<EndangeredPath> EndangeredByRestart(const std::wstring& folder, const std::vector<std::wstring>& pending) {
+    std::vector<EndangeredPath> endangered;
+    ForEachProduct(folder, [&](const CProduct& product, const Catalogue& catalogue) {
+        if (!product.IsInstalled(catalogue.type)) {
+            return;
+        }
+        const UseScan scan(product.File());
+        for (const std::wstring& path : pending) {
+            if (Uses(scan, path) && Exists(path)) {
+                endangered.push_back({path, product.Name()});
             }
         }
-    }
+    });
+    return endangered;
 }
 
 }  // namespace preview
