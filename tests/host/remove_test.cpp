@@ -364,6 +364,7 @@ TEST_CASE("another document takes the place of the embedded one for a run, in a 
             Machine::Element(file) + "</s></win_nt></v></uninstall_information>");
     const ToolRun plan = machine.tool.Run(L"plan F --json --document \"" + good + L"\"");
     CHECK(json::parse(plan.out).at("summary").at("file") == 1);
+    CHECK(json::parse(plan.out).at("document").at("source") == Narrow(good));
     CHECK(machine.tool.Run(L"remove F --yes --document \"" + good + L"\"").code == ERROR_SUCCESS);
     CHECK_FALSE(FileExists(file));
     CHECK_FALSE(privateFolders());

@@ -29,12 +29,15 @@ preview::RemovalCall CallOf(const RemovalStep& step) {
 
 }  // namespace
 
-preview::Plan MakePreview(const RemovalPlan& removal, const Library& library) {
+preview::Plan MakePreview(const Options& options, const RemovalPlan& removal, const Library& library) {
     std::vector<preview::RemovalCall> calls;
     std::transform(removal.steps.begin(), removal.steps.end(), std::back_inserter(calls), CallOf);
     preview::Plan plan = preview::MakePlan(calls, library.Module());
     preview::AddFindings(plan, library.Folder());
     MarkPendingItems(plan);
+    if (!options.document.empty()) {
+        plan.document.file = options.document;  // what is packed into the copy of the library
+    }
     return plan;
 }
 
@@ -43,7 +46,7 @@ int RunPlan(const Options& options, Output& out) {
     const ComScope com;
     Records records(options);
     const PlannedLibrary library(options);
-    const preview::Plan plan = MakePreview(MakePlan(options, library.Get()), library.Get());
+    const preview::Plan plan = MakePreview(options, MakePlan(options, library.Get()), library.Get());
     const PlanSummary summary = Summarize(plan);
     records.Write(plan, summary, nullptr);
     if (options.json) {

@@ -9,7 +9,7 @@
 namespace tools::host {
 
 // The plan of a removal, with its findings. COM must be initialised.
-preview::Plan MakePreview(const RemovalPlan& removal, const Library& library);
+preview::Plan MakePreview(const Options& options, const RemovalPlan& removal, const Library& library);
 
 // The command "plan". Gives the exit code.
 int RunPlan(const Options& options, Output& out);

@@ -72,7 +72,7 @@ Json ProductsJson(const preview::Plan& plan, const RemovalResult* result) {
 Json WholeJson(const preview::Plan& plan, const PlanSummary& summary, const RemovalResult* result,
                const SYSTEMTIME& began) {
     Json whole = {{"format", 1},
-                  {"versions", {{"prodrm", PRODRM_VERSION}}},
+                  {"version", {{"prodrm", PRODRM_VERSION}}},
                   {"times", Times(began)},
                   {"machine", MachineJson()},
                   {"document", {{"source", ToUtf8(plan.document.file)}, {"sha256", plan.document.sha256}}},

@@ -194,7 +194,7 @@ public:
         const SingleRemoval single;
         Records records(m_options);
         const RemovalPlan removal = MakePlan(m_options, m_library);
-        const preview::Plan plan = MakePreview(removal, m_library);
+        const preview::Plan plan = MakePreview(m_options, removal, m_library);
         const PlanSummary summary = Summarize(plan);
         records.RequireThatTheyStay(plan);
         ShowPlan(plan, summary);

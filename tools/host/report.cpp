@@ -9,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "plan_summary.h"
+
 namespace tools::host {
 
 namespace {
@@ -86,14 +88,32 @@ bool IsRemoval(const Json& data) {
     return data.contains("outcome");
 }
 
+std::string WithBlanks(std::string name) {
+    std::replace(name.begin(), name.end(), '_', ' ');
+    return Shown(name);
+}
+
+// A member of the numbers: kinds of items have names for one and for many.
+std::string LabelOf(const std::string& name, bool isOne) {
+    for (auto kind = static_cast<std::size_t>(preview::ItemKind::File);
+         kind <= static_cast<std::size_t>(preview::ItemKind::RestartEntry); ++kind) {
+        const ItemKindName& row = NameOf(static_cast<preview::ItemKind>(kind));
+        if (name == row.json) {
+            return ToUtf8(isOne ? row.one : row.many);
+        }
+    }
+    return WithBlanks(name);
+}
+
 std::string Facts(const Json& data) {
     std::string html;
-    for (const char* group : {"machine", "document", "times", "versions"}) {
+    for (const char* group : {"machine", "document", "times", "version"}) {
         if (!data.contains(group)) {
             continue;
         }
         for (const auto& [name, value] : data.at(group).items()) {
-            html += "<dt>" + Shown(name) + "</dt><dd><bdi>" + Shown(value) + "</bdi></dd>\n";
+            html +=
+                "<dt>" + WithBlanks(group) + " " + WithBlanks(name) + "</dt><dd><bdi>" + Shown(value) + "</bdi></dd>\n";
         }
     }
     for (const Json& product : data.at("products")) {
@@ -111,9 +131,7 @@ std::string Counts(const Json& data) {
         }
         for (const auto& [name, value] : data.at(group).items()) {
             if (value.is_number() && value != 0) {
-                std::string label = name;
-                std::replace(label.begin(), label.end(), '_', ' ');
-                html += "<li>" + Shown(value) + " " + Shown(label) + "</li>\n";
+                html += "<li>" + Shown(value) + " " + LabelOf(name, value == 1) + "</li>\n";
             }
         }
     }
