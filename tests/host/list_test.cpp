@@ -113,14 +113,22 @@ TEST_CASE("a failure is told on the error stream alone and names its cause") {
         CHECK(run.out.empty());
         CHECK(Contains(run.err, cause));
     };
-    fails(L"list --json", "detection.xml");
+    fails(L"list --json", "(detection.xml beside the library) cannot be read: it is not there");
+    tool.Write(L"detection.xml", "<uninstall_information>\n<product>");
+    fails(L"list", "cannot be read: it is not well-formed XML (line 2");
+    tool.Catalogue(L"detection.xml", "<product name=\"P\"/>");
+    fails(L"list", "cannot be read: it is refused: failed load product attribute \"file\"");
     fails(L"list --json --catalogue family", "could not be written", GENERIC_READ);
     fails(L"--help", "could not be written", GENERIC_READ);
     tool.Catalogue(L"products.xml", "<product name=\"P\" file=\"p.xml\"/>");
+    CHECK(Contains(tool.Run(L"explain p --catalogue family").err, "is in no catalogue; is \"P\" meant?"));
+    CHECK(tool.Run(L"explain P --catalogue family").err.empty());
     const HANDLE update = ::BeginUpdateResourceW(tool.Path(L"prodrm.dll").c_str(), FALSE);
     char garbage[] = "\xFF, as if packed with another key";
     REQUIRE(::UpdateResourceW(update, L"XMLBIN", MAKEINTRESOURCEW(101), 0, garbage, sizeof garbage));
+    REQUIRE(::UpdateResourceW(update, L"BUILDID", MAKEINTRESOURCEW(1), 0, garbage, sizeof garbage));
     REQUIRE(::EndUpdateResourceW(update, FALSE));
+    CHECK(Contains(tool.Run(L"explain P --catalogue family").err, "are not of one build"));
     fails(L"remove P --catalogue family --force --yes --quiet", "document cannot be deciphered");
     tool.Write(L"products.xml", "<other/>");  // the library crashes on it
     fails(L"list --catalogue family", "0xc0000005");

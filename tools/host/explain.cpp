@@ -12,6 +12,7 @@ namespace tools::host {
 int RunExplain(const Options& options, const Library& library, Output& out) {
     const ComScope com;
     const Product product = FindProduct(library.Products(options.catalogues), options.names.front());
+    library.CheckBuild();
     auto judgement = preview::Judge(product.name, product.type, library.Module());
     if (!judgement) {
         throw Failure(ERROR_INSTALL_FAILURE, L"the catalogue changed while it was read");

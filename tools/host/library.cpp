@@ -5,8 +5,11 @@
 #include <algorithm>
 
 #include "arrays.h"
+#include "build_id.h"
+#include "catalogue_failure.h"
 #include "common/failure.h"
 #include "common/modules.h"
+#include "common/output.h"
 #include "common/utf8.h"
 
 namespace tools::host {
@@ -49,7 +52,7 @@ void ReadVersion(const VersionEntry& entry, Version& version) {
 using ListFunction = decltype(&::GetProducts);
 
 template <typename VersionForm>
-std::vector<Product> List(ListFunction list, ULONG flags) {
+std::vector<Product> List(ListFunction list, ULONG flags, const std::wstring& folder) {
     std::vector<Product> products;
     for (const Catalogue& catalogue : kCatalogues) {
         if ((flags & catalogue.flag) == 0) {
@@ -58,7 +61,8 @@ std::vector<Product> List(ListFunction list, ULONG flags) {
         SAFEARRAY* received = nullptr;
         if (!list(&received, catalogue.flag)) {
             throw Failure(ERROR_INSTALL_FAILURE, std::wstring(L"the ") + catalogue.name + L" catalogue (" +
-                                                     catalogue.file + L" beside the library) cannot be read");
+                                                     catalogue.file + L" beside the library) cannot be read: " +
+                                                     CatalogueTrouble(folder + L"\\" + catalogue.file, catalogue.type));
         }
         const Array<ProductOf<VersionForm>> entries(received);
         for (const ProductOf<VersionForm>& entry : entries.Elements()) {
@@ -72,6 +76,10 @@ std::vector<Product> List(ListFunction list, ULONG flags) {
     return products;
 }
 
+bool DiffersInCase(const std::wstring& left, const std::wstring& right) {
+    return ::CompareStringW(LOCALE_INVARIANT, NORM_IGNORECASE, left.c_str(), -1, right.c_str(), -1) == CSTR_EQUAL;
+}
+
 }  // namespace
 
 const wchar_t* CatalogueName(UninstallType type) {
@@ -82,7 +90,11 @@ const Product& FindProduct(const std::vector<Product>& products, const std::wstr
     const auto isNamed = [&](const Product& product) { return product.name == name; };
     const auto found = std::find_if(products.begin(), products.end(), isNamed);
     if (found == products.end()) {
-        throw Failure(ERROR_UNKNOWN_PRODUCT, Quoted(name) + L" is in no catalogue");
+        const auto alike = std::find_if(products.begin(), products.end(),
+                                        [&](const Product& product) { return DiffersInCase(product.name, name); });
+        throw Failure(ERROR_UNKNOWN_PRODUCT,
+                      Quoted(name) + L" is in no catalogue" +
+                          (alike != products.end() ? L"; is " + Quoted(alike->name) + L" meant?" : std::wstring()));
     }
     const auto isOther = [&](const Product& other) { return isNamed(other) && other.type != found->type; };
     if (std::any_of(found, products.end(), isOther)) {
@@ -103,6 +115,23 @@ Library::Library(const std::wstring& folder) : m_folder(folder), m_module(LoadFr
     }
 }
 
+bool Library::IsOfThisBuild() const {
+    constexpr std::string_view kId = PRODRM_BUILD_ID;
+    const HRSRC resource = ::FindResourceW(m_module.Get(), MAKEINTRESOURCEW(1), L"BUILDID");
+    const HGLOBAL loaded = resource != nullptr ? ::LoadResource(m_module.Get(), resource) : nullptr;
+    const void* const id = loaded != nullptr ? ::LockResource(loaded) : nullptr;
+    return id != nullptr && ::SizeofResource(m_module.Get(), resource) >= kId.size() &&
+           std::string_view(static_cast<const char*>(id), kId.size()) == kId;
+}
+
+void Library::CheckBuild() const {
+    if (!IsOfThisBuild()) {
+        Output(STD_ERROR_HANDLE)
+            .WriteLine(std::wstring(L"prodrm: this program and ") + kLibraryName +
+                       L" are not of one build: what is told here may differ from what the library does");
+    }
+}
+
 FARPROC Library::Find(const char* name) const {
     const FARPROC address = ::GetProcAddress(m_module.Get(), name);
     if (address == nullptr) {
@@ -112,15 +141,15 @@ FARPROC Library::Find(const char* name) const {
 }
 
 std::vector<Product> Library::Products(ULONG flags) const {
-    return List<BSTR>(Bind<ListFunction>("GetProducts"), flags);
+    return List<BSTR>(Bind<ListFunction>("GetProducts"), flags, m_folder);
 }
 
 std::vector<Product> Library::InstalledProducts(ULONG flags) const {
-    return List<BSTR>(Bind<ListFunction>("GetInstalledProducts"), flags);
+    return List<BSTR>(Bind<ListFunction>("GetInstalledProducts"), flags, m_folder);
 }
 
 std::vector<Product> Library::InstalledProductsEx(ULONG flags) const {
-    return List<VersionEntry>(Bind<ListFunction>("GetInstalledProductsEx"), flags);
+    return List<VersionEntry>(Bind<ListFunction>("GetInstalledProductsEx"), flags, m_folder);
 }
 
 RemovalExports Library::Removal() const {

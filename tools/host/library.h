@@ -56,6 +56,10 @@ public:
     // With the parameters of each version.
     std::vector<Product> InstalledProductsEx(ULONG flags) const;
 
+    // Tells on the error stream if this program and the library are not of one build: then its own classes may judge
+    // and plan otherwise than the library does.
+    void CheckBuild() const;
+
     RemovalExports Removal() const;
     HMODULE Module() const { return m_module.Get(); }
     const std::wstring& Folder() const { return m_folder; }
@@ -66,6 +70,7 @@ private:
         return EntryPointCast<Function>(Find(name));
     }
     FARPROC Find(const char* name) const;
+    bool IsOfThisBuild() const;
 
     std::wstring m_folder;
     OwnedModule m_module;

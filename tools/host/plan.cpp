@@ -13,6 +13,7 @@
 #include "plan_summary.h"
 #include "plan_text.h"
 #include "preview/findings.h"
+#include "preview/holders.h"
 #include "records.h"
 
 namespace tools::host {
@@ -30,9 +31,11 @@ preview::RemovalCall CallOf(const RemovalStep& step) {
 }  // namespace
 
 preview::Plan MakePreview(const Options& options, const RemovalPlan& removal, const Library& library) {
+    library.CheckBuild();
     std::vector<preview::RemovalCall> calls;
     std::transform(removal.steps.begin(), removal.steps.end(), std::back_inserter(calls), CallOf);
     preview::Plan plan = preview::MakePlan(calls, library.Module());
+    preview::AddHolders(plan);
     preview::AddFindings(plan, library.Folder());
     MarkPendingItems(plan);
     if (!options.document.empty()) {

@@ -1,0 +1,10 @@
+# Writes a header with the id of the engine's sources: cmake -DOUTPUT=FILE -DROOT=FOLDER -P build_id.cmake
+file(GLOB_RECURSE sources "${ROOT}/src/*.cpp" "${ROOT}/src/*.h" "${ROOT}/include/*.h")
+list(SORT sources)
+set(sums "")
+foreach(source IN LISTS sources)
+    file(SHA256 "${source}" sum)
+    string(APPEND sums "${sum}\n")
+endforeach()
+string(SHA256 id "${sums}")
+file(CONFIGURE OUTPUT "${OUTPUT}" CONTENT "#define PRODRM_BUILD_ID \"@id@\"\n" @ONLY)
