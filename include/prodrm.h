@@ -36,6 +36,12 @@ enum UninstallType {
 #define PRODRM_FAMILY 1u
 #define PRODRM_FOREIGN 2u
 
+/* What the library cannot go on from ends the call in a system exception with this code; no export returns an error for
+ * it. Its one argument is an HRESULT: E_OUTOFMEMORY, or PRODRM_E_DOCUMENT for an embedded document that cannot be
+ * deciphered. Everything that the call held is freed by then. LoadLibrary can end in it too. */
+#define PRODRM_EXCEPTION 0xE0505244u
+#define PRODRM_E_DOCUMENT ((HRESULT)0x80070459)
+
 /* One product. Element of the arrays, and the argument of UninstallProduct. */
 typedef struct ProductEntry {
     BSTR name;        /* name in the catalogue; on input to the uninstall exports: the product to remove */

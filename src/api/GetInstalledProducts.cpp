@@ -3,6 +3,7 @@
 
 #include <set>
 
+#include "api/exception_road.h"
 #include "api/listing.h"
 #include "api/result_array.h"
 #include "foundation/log_statement.h"
@@ -130,11 +131,15 @@ bool GetInstalledProductsHelper(SAFEARRAY** products, ULONG flags, bool extended
 }  // namespace
 
 bool __cdecl GetInstalledProducts(SAFEARRAY** products, ULONG flags) {
-    LOG(kInfo, L"->");
-    return GetInstalledProductsHelper(products, flags, false);
+    return RaisingToHost([&] {
+        LOG(kInfo, L"->");
+        return GetInstalledProductsHelper(products, flags, false);
+    });
 }
 
 bool __cdecl GetInstalledProductsEx(SAFEARRAY** products, ULONG flags) {
-    LOG(kInfo, L"->");
-    return GetInstalledProductsHelper(products, flags, true);
+    return RaisingToHost([&] {
+        LOG(kInfo, L"->");
+        return GetInstalledProductsHelper(products, flags, true);
+    });
 }

@@ -1,5 +1,6 @@
 #include <windows.h>
 
+#include "api/exception_road.h"
 #include "api/listing.h"
 #include "foundation/log_statement.h"
 
@@ -17,6 +18,8 @@ bool NoGuids(const std::vector<CProductVersion>&, SAFEARRAY**) {
 }  // namespace
 
 bool __cdecl GetProducts(SAFEARRAY** products, ULONG flags) {
-    LOG(kInfo, L"->");
-    return AnswerListing(CALLER, products, flags, &ReadAll, &NoGuids);
+    return RaisingToHost([&] {
+        LOG(kInfo, L"->");
+        return AnswerListing(CALLER, products, flags, &ReadAll, &NoGuids);
+    });
 }

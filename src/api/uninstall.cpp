@@ -4,6 +4,7 @@
 #include <array>
 
 #include "api/com_rule.h"
+#include "api/exception_road.h"
 #include "api/exports.h"
 #include "catalogue/CProducts.h"
 #include "foundation/log_statement.h"
@@ -89,86 +90,95 @@ Loading LoadCatalogue(const wchar_t* caller, LONG type, NotifyCallback notify, C
 }  // namespace
 
 bool __cdecl UninstallProducts(SAFEARRAY* products, bool* restartRequired, NotifyCallback notify) {
-    LOG(kInfo, L"->");
-    const ComRule com;
-    *restartRequired = false;
-    void* data = nullptr;
-    HRESULT hr = ::SafeArrayAccessData(products, &data);
-    if (FAILED(hr)) {
-        LOG(kError, L"SafeArrayAccessData failed 0x%x", hr);
-        return false;
-    }
-    LOG(kInfo, L"Uninstall : \"%s\"", Describe(*products, data).c_str());
-    CProducts catalogue;  // serves both catalogues
-    std::wstring path;
-    if (!CPath::GetCurrentPath(path)) {
-        LOG(kError, L"GetCurrentPath failed");
-        ::SafeArrayUnaccessData(products);
-        return false;
-    }
-    bool ok = true;
-    const Requests requests = SortByCatalogue(*products, data);
-    hr = ::SafeArrayUnaccessData(products);
-    if (FAILED(hr)) {
-        LOG(kError, L"SafeArrayUnaccessData failed 0x%x", hr);
-    }
-    for (std::size_t index = 0; index < requests.size(); ++index) {
-        const Catalogue& source = kCatalogues[index];
-        const Request& request = requests[index];
-        if (request.Empty()) {
-            continue;
+    return RaisingToHost([&] {
+        LOG(kInfo, L"->");
+        const ComRule com;
+        *restartRequired = false;
+        void* data = nullptr;
+        HRESULT hr = ::SafeArrayAccessData(products, &data);
+        if (FAILED(hr)) {
+            LOG(kError, L"SafeArrayAccessData failed 0x%x", hr);
+            return false;
         }
-        // The folder string itself is extended: a second catalogue's path lies below the first one's and cannot load.
-        PathJoin(path, source.file);
-        if (!catalogue.Load(path, source.type, notify)) {
-            LOG(kError, source.notLoaded, path.c_str());
-            ok = false;
-            continue;
+        LOG(kInfo, L"Uninstall : \"%s\"", Describe(*products, data).c_str());
+        CProducts catalogue;  // serves both catalogues
+        std::wstring path;
+        if (!CPath::GetCurrentPath(path)) {
+            LOG(kError, L"GetCurrentPath failed");
+            ::SafeArrayUnaccessData(products);
+            return false;
         }
-        bool restart = false;
-        if (ok) {
-            ok = catalogue.Uninstall(request.names, request.forcedNames, source.type, &restart, notify);
+        bool ok = true;
+        const Requests requests = SortByCatalogue(*products, data);
+        hr = ::SafeArrayUnaccessData(products);
+        if (FAILED(hr)) {
+            LOG(kError, L"SafeArrayUnaccessData failed 0x%x", hr);
         }
-        // An and that starts at false stays false: this export never reports a restart.
-        *restartRequired = *restartRequired && restart;
-    }
-    LOG(kInfo, L"<- %s", BoolName(ok));
-    return ok;
+        for (std::size_t index = 0; index < requests.size(); ++index) {
+            const Catalogue& source = kCatalogues[index];
+            const Request& request = requests[index];
+            if (request.Empty()) {
+                continue;
+            }
+            // The folder string itself is extended: a second catalogue's path lies below the first one's and cannot
+            // load.
+            PathJoin(path, source.file);
+            if (!catalogue.Load(path, source.type, notify)) {
+                LOG(kError, source.notLoaded, path.c_str());
+                ok = false;
+                continue;
+            }
+            bool restart = false;
+            if (ok) {
+                ok = catalogue.Uninstall(request.names, request.forcedNames, source.type, &restart, notify);
+            }
+            // An and that starts at false stays false: this export never reports a restart.
+            *restartRequired = *restartRequired && restart;
+        }
+        LOG(kInfo, L"<- %s", BoolName(ok));
+        return ok;
+    });
 }
 
 bool __cdecl UninstallProduct(const ProductEntry* product, bool* restartRequired, NotifyCallback notify) {
-    LOG(kInfo, L"->");
-    const ComRule com;
-    const wchar_t* const name = NameOf(*product);
-    LOG(kInfo, L"Uninstall \"%s\"", name);
-    const LONG type = static_cast<LONG>(product->type);
-    CProducts catalogue;
-    const Loading loading = LoadCatalogue(CALLER, type, notify, catalogue);
-    if (loading == Loading::Refused) {
-        return false;
-    }
-    bool ok = false;
-    if (loading == Loading::Loaded) {
-        Request request;
-        (product->force != 0 ? request.forcedNames : request.names).emplace_back(name);
-        ok = catalogue.Uninstall(request.names, request.forcedNames, type, restartRequired, notify);
-    }
-    LOG(kInfo, L"<- %s", BoolName(ok));
-    return ok;
+    return RaisingToHost([&] {
+        LOG(kInfo, L"->");
+        const ComRule com;
+        const wchar_t* const name = NameOf(*product);
+        LOG(kInfo, L"Uninstall \"%s\"", name);
+        const LONG type = static_cast<LONG>(product->type);
+        CProducts catalogue;
+        const Loading loading = LoadCatalogue(CALLER, type, notify, catalogue);
+        if (loading == Loading::Refused) {
+            return false;
+        }
+        bool ok = false;
+        if (loading == Loading::Loaded) {
+            Request request;
+            (product->force != 0 ? request.forcedNames : request.names).emplace_back(name);
+            ok = catalogue.Uninstall(request.names, request.forcedNames, type, restartRequired, notify);
+        }
+        LOG(kInfo, L"<- %s", BoolName(ok));
+        return ok;
+    });
 }
 
 bool __cdecl UninstallForceAll(LONG type, bool* restartRequired, NotifyCallback notify) {
-    const ComRule com;
-    CProducts catalogue;
-    return LoadCatalogue(CALLER, type, notify, catalogue) == Loading::Loaded &&
-           catalogue.UninstallForceAll(restartRequired, notify);
+    return RaisingToHost([&] {
+        const ComRule com;
+        CProducts catalogue;
+        return LoadCatalogue(CALLER, type, notify, catalogue) == Loading::Loaded &&
+               catalogue.UninstallForceAll(restartRequired, notify);
+    });
 }
 
 bool __cdecl UninstallAllInstalled(LONG type, bool* restartRequired, NotifyCallback notify) {
-    const ComRule com;
-    CProducts catalogue;
-    return LoadCatalogue(CALLER, type, notify, catalogue) == Loading::Loaded &&
-           catalogue.UninstallAllInstalled(type, restartRequired, notify);
+    return RaisingToHost([&] {
+        const ComRule com;
+        CProducts catalogue;
+        return LoadCatalogue(CALLER, type, notify, catalogue) == Loading::Loaded &&
+               catalogue.UninstallAllInstalled(type, restartRequired, notify);
+    });
 }
 
 LONG __cdecl GetProgressPercent(void) {

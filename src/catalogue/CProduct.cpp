@@ -11,44 +11,38 @@
 #include "foundation/result.h"
 #include "script/CProductInstalled.h"
 
-namespace {
-
-constexpr wchar_t kLoad[] = L"CProduct::Load";
-
-}  // namespace
-
-bool CProduct::Load(IXMLDOMNode* node, LONG type) {
+bool CProduct::Load(IXMLDOMNode* node, LONG type, UninstallIndex& uninstall) {
     LOG(kInfo, L"->");
     std::wstring folder;
     if (!CPath::GetCurrentPath(folder)) {
         return false;
     }
     PathJoin(folder, type == UNINSTALL_TYPE_FAMILY ? L"intern" : L"extern");
-    if (!LoadAttributes(node, folder) || !LoadVersions(node)) {
+    if (!LoadAttributes(CALLER, node, folder) || !LoadVersions(CALLER, node, uninstall)) {
         return false;
     }
     LOG(kInfo, L"<- success product \"%s\"", m_name.c_str());
     return true;
 }
 
-bool CProduct::LoadAttributes(IXMLDOMNode* node, std::wstring& scriptFolder) {
+bool CProduct::LoadAttributes(const wchar_t* caller, IXMLDOMNode* node, std::wstring& scriptFolder) {
     if (!CXMLHelper::GetNodeAttribute(node, L"name", m_name)) {
-        LOG_AS(kLoad, kError, L"failed load product attribute \"name\"");
+        LOG_AS(caller, kError, L"failed load product attribute \"name\"");
         return false;
     }
-    LOG_AS(kLoad, kInfo, L"Load product \"%s\"", m_name.c_str());
+    LOG_AS(caller, kInfo, L"Load product \"%s\"", m_name.c_str());
     if (!CXMLHelper::GetNodeAttribute(node, L"file", m_file)) {
-        LOG_AS(kLoad, kError, L"failed load product attribute \"file\"");
+        LOG_AS(caller, kError, L"failed load product attribute \"file\"");
         return false;
     }
-    LOG_AS(kLoad, kInfo, L"file : \"%s\"", m_file.c_str());
+    LOG_AS(caller, kInfo, L"file : \"%s\"", m_file.c_str());
     m_file = PathJoin(scriptFolder, m_file);
     return true;
 }
 
-bool CProduct::LoadVersions(IXMLDOMNode* node) {
+bool CProduct::LoadVersions(const wchar_t* caller, IXMLDOMNode* node, UninstallIndex& uninstall) {
     dom::ChildList children;
-    if (!children.Open(kLoad, node, {L"failed load childs nodes 0x%x", L"failed load childs count 0x%x"})) {
+    if (!children.Open(caller, node, {L"failed load childs nodes 0x%x", L"failed load childs count 0x%x"})) {
         return false;
     }
     for (long index = 0; index < children.Count(); ++index) {
@@ -56,14 +50,14 @@ bool CProduct::LoadVersions(IXMLDOMNode* node) {
         const HRESULT hr = children.Next(child);
         CProductVersion version;
         if (dom::Failed(hr, child)) {
-            LOG_AS(kLoad, kError, L"failed load child %d, err = 0x%x", index, hr);
-        } else if (!version.Load(child.Get())) {
-            LOG_AS(kLoad, kError, L"failed load product version for product \"%s\"", m_name.c_str());
+            LOG_AS(caller, kError, L"failed load child %d, err = 0x%x", index, hr);
+        } else if (!version.Load(child.Get(), uninstall)) {
+            LOG_AS(caller, kError, L"failed load product version for product \"%s\"", m_name.c_str());
         } else {
             m_versions.push_back(std::move(version));
             continue;
         }
-        LOG_AS(kLoad, kError, L"<- failed product \"%s\"", m_name.c_str());
+        LOG_AS(caller, kError, L"<- failed product \"%s\"", m_name.c_str());
         return false;
     }
     return true;

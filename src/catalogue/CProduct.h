@@ -12,7 +12,7 @@
 class CProduct {
 public:
     // Reads one product element of the catalogue `type`; any bad version fails the product.
-    bool Load(IXMLDOMNode* node, LONG type);
+    bool Load(IXMLDOMNode* node, LONG type, UninstallIndex& uninstall);
 
     // Type 1 goes by the first test of the versions alone; type 2 also by their second one and by the detection
     // script. Nothing is cached.
@@ -28,8 +28,8 @@ public:
     const std::vector<CProductVersion>& Versions() const { return m_versions; }
 
 private:
-    bool LoadAttributes(IXMLDOMNode* node, std::wstring& scriptFolder);
-    bool LoadVersions(IXMLDOMNode* node);
+    bool LoadAttributes(const wchar_t* caller, IXMLDOMNode* node, std::wstring& scriptFolder);
+    bool LoadVersions(const wchar_t* caller, IXMLDOMNode* node, UninstallIndex& uninstall);
 
     std::wstring m_name;
     std::wstring m_file;

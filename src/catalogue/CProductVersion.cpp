@@ -11,16 +11,7 @@
 namespace {
 
 constexpr wchar_t kHivePrefix[] = L"HKEY_LOCAL_MACHINE\\";
-constexpr wchar_t kUninstallKey[] = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
 constexpr wchar_t kUpdateLocation[] = L"\\UpdateLocation";
-
-constexpr DWORD kSubkeyNameChars = 255;
-constexpr DWORD kDisplayNameBytes = 255;  // room for 126 wide characters and the terminator
-
-bool IsClassId(const wchar_t* text) {
-    CLSID id;
-    return ::CLSIDFromString(text, &id) == S_OK;
-}
 
 // The mask of the second try, announced in the caller's name.
 REGSAM ChooseOtherView(const wchar_t* caller) {
@@ -34,19 +25,19 @@ REGSAM ChooseOtherView(const wchar_t* caller) {
 
 }  // namespace
 
-bool CProductVersion::Load(IXMLDOMNode* node) {
+bool CProductVersion::Load(IXMLDOMNode* node, UninstallIndex& uninstall) {
     if (!CXMLHelper::GetNodeAttribute(node, L"name", m_name)) {
         LOG(kError, L"failed get attribute \"name\"");
         return false;
     }
-    LoadParams(node);
+    LoadParams(CALLER, node);
     std::wstring text;
     if (CXMLHelper::GetNodeAttribute(node, L"id", text)) {
         m_keyPath = std::wstring(kHivePrefix) + kUninstallKey + text;
         return true;
     }
     LOG(kWarning, L"failed get attribute \"id\" for version product = %s", m_name.c_str());
-    if (CXMLHelper::GetNodeAttribute(node, L"prodName", m_prodName) && SearchForProductCode()) {
+    if (CXMLHelper::GetNodeAttribute(node, L"prodName", m_prodName) && SearchForProductCode(uninstall)) {
         return true;
     }
     if (!CXMLHelper::GetNodeAttribute(node, L"keypath", text)) {
@@ -61,8 +52,7 @@ bool CProductVersion::Load(IXMLDOMNode* node) {
     return true;
 }
 
-void CProductVersion::LoadParams(IXMLDOMNode* node) {
-    const wchar_t* const caller = L"CProductVersion::Load";
+void CProductVersion::LoadParams(const wchar_t* caller, IXMLDOMNode* node) {
     dom::ChildList children;
     if (!children.Open(caller, node,
                        {L"failed load version children nodes 0x%x", L"failed load version children count 0x%x"})) {
@@ -87,41 +77,16 @@ void CProductVersion::LoadParams(IXMLDOMNode* node) {
     }
 }
 
-bool CProductVersion::SearchForProductCode() {
-    return SearchView(kReadDefaultView) || SearchView(ChooseOtherView(CALLER));
+bool CProductVersion::SearchForProductCode(UninstallIndex& uninstall) {
+    return TakeFound(uninstall.Find(kReadDefaultView, m_prodName)) ||
+           TakeFound(uninstall.Find(ChooseOtherView(CALLER), m_prodName));
 }
 
-bool CProductVersion::SearchView(REGSAM access) {
-    OwnedRegKey uninstall;
-    if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, kUninstallKey, 0, access, uninstall.Put()) != ERROR_SUCCESS) {
-        return false;
+bool CProductVersion::TakeFound(const std::wstring* subkeyName) {
+    if (subkeyName != nullptr) {
+        m_keyPath = std::wstring(kHivePrefix) + kUninstallKey + *subkeyName;
     }
-    bool found = false;
-    wchar_t name[kSubkeyNameChars + 1];
-    for (DWORD index = 0; ::RegEnumKeyW(uninstall.Get(), index, name, kSubkeyNameChars) == ERROR_SUCCESS; ++index) {
-        const std::wstring subkey = std::wstring(kUninstallKey) + name;
-        if (!HasDisplayName(subkey, access)) {
-            continue;
-        }
-        // A name that is no identifier displaces an earlier match; an identifier never does.
-        if (m_keyPath.empty() || !IsClassId(name)) {
-            m_keyPath = kHivePrefix + subkey;
-        }
-        found = true;
-    }
-    return found;
-}
-
-bool CProductVersion::HasDisplayName(const std::wstring& subkey, REGSAM access) const {
-    OwnedRegKey key;
-    if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, subkey.c_str(), 0, access, key.Put()) != ERROR_SUCCESS) {
-        return false;
-    }
-    wchar_t displayName[kDisplayNameBytes / sizeof(wchar_t) + 2] = {};  // a terminator always follows
-    DWORD bytes = kDisplayNameBytes;
-    return ::RegQueryValueExW(key.Get(), L"DisplayName", nullptr, nullptr, reinterpret_cast<BYTE*>(displayName),
-                              &bytes) == ERROR_SUCCESS &&
-           m_prodName == displayName;
+    return subkeyName != nullptr;
 }
 
 bool CProductVersion::IsInstalled() const {

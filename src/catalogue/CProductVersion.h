@@ -7,14 +7,16 @@
 #include <string>
 #include <vector>
 
+#include "catalogue/UninstallIndex.h"
+
 // One registry mark of a product: a key, and perhaps a value that must exist under it.
 class CProductVersion {
 public:
     // Child element name to its texts; keys in the order of their code units, texts in document order.
     using Params = std::map<std::wstring, std::vector<std::wstring>>;
 
-    // Reads one version element. A version that gives `prodName` is looked for in the registry here.
-    bool Load(IXMLDOMNode* node);
+    // Reads one version element. A version that gives `prodName` is looked for in the Uninstall key here.
+    bool Load(IXMLDOMNode* node, UninstallIndex& uninstall);
 
     // True if the mark is in the view that the library looks at first; one try.
     bool IsInstalled() const;
@@ -28,13 +30,13 @@ public:
     const Params& Parameters() const { return m_params; }
 
 private:
-    void LoadParams(IXMLDOMNode* node);
-    // Looks through the Uninstall key for a DisplayName equal to m_prodName and sets m_keyPath; true if any matched.
-    bool SearchForProductCode();
-    bool SearchView(REGSAM access);
+    void LoadParams(const wchar_t* caller, IXMLDOMNode* node);
+    // Looks in both views of the Uninstall key for a DisplayName equal to m_prodName and sets m_keyPath; true if any
+    // matched.
+    bool SearchForProductCode(UninstallIndex& uninstall);
+    bool TakeFound(const std::wstring* subkeyName);
     bool SplitKeyPath(const wchar_t* caller, HKEY& hive, std::wstring& subkey) const;
     bool HasValue(const wchar_t* caller, HKEY key) const;
-    bool HasDisplayName(const std::wstring& subkey, REGSAM access) const;
 
     std::wstring m_name;
     std::wstring m_prodName;

@@ -47,15 +47,16 @@ protected:
 private:
     // False if there is no such product; compared exactly, the first one counts.
     bool FindInCatalogue(const std::wstring& name, CProduct& product) const;
-    void AppendNamed(const std::wstring& name, std::vector<CProduct>& toRemove) const;
-    std::vector<CProduct> FindInstalledNames(const std::vector<std::wstring>& names,
+    void AppendNamed(const wchar_t* caller, const std::wstring& name, std::vector<CProduct>& toRemove) const;
+    std::vector<CProduct> FindInstalledNames(const wchar_t* caller, const std::vector<std::wstring>& names,
                                              const std::vector<CProduct>& installed) const;
     void AppendRestOfCatalogue(std::vector<CProduct>& toRemove) const;
     bool Uninstall(const std::vector<CProduct>& toRemove, const std::vector<CProductCheckUse>& toCheck,
                    bool* restartRequired, NotifyCallback notify) const;
 
-    bool LoadChildren(const std::wstring& file, IXMLDOMNode* root, LONG type, NotifyCallback notify);
-    bool LoadChild(IXMLDOMNode* child, LONG type);
+    bool LoadChildren(const wchar_t* caller, const std::wstring& file, IXMLDOMNode* root, LONG type,
+                      NotifyCallback notify);
+    bool LoadChild(const wchar_t* caller, IXMLDOMNode* child, LONG type, UninstallIndex& uninstall);
 
     std::vector<CProduct> m_products;
     bool m_execAll = true;

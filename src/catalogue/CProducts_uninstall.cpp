@@ -53,24 +53,23 @@ bool CProducts::FindInCatalogue(const std::wstring& name, CProduct& product) con
     return true;
 }
 
-void CProducts::AppendNamed(const std::wstring& name, std::vector<CProduct>& toRemove) const {
+void CProducts::AppendNamed(const wchar_t* caller, const std::wstring& name, std::vector<CProduct>& toRemove) const {
     CProduct product;
     if (FindInCatalogue(name, product)) {
         toRemove.push_back(std::move(product));
     } else {
-        LOG_AS(L"CProducts::Uninstall", kError, L"the uninstall xml file doesn't provide info for \"%s\"",
-               name.c_str());
+        LOG_AS(caller, kError, L"the uninstall xml file doesn't provide info for \"%s\"", name.c_str());
     }
 }
 
-std::vector<CProduct> CProducts::FindInstalledNames(const std::vector<std::wstring>& names,
+std::vector<CProduct> CProducts::FindInstalledNames(const wchar_t* caller, const std::vector<std::wstring>& names,
                                                     const std::vector<CProduct>& installed) const {
     std::vector<CProduct> found;
     for (const std::wstring& name : names) {
         if (ContainsName(installed, name)) {
-            AppendNamed(name, found);
+            AppendNamed(caller, name, found);
         } else {
-            LOG_AS(L"CProducts::Uninstall", kError, L"\"%s\" is not installed", name.c_str());
+            LOG_AS(caller, kError, L"\"%s\" is not installed", name.c_str());
         }
     }
     return found;
@@ -95,7 +94,7 @@ bool CProducts::Uninstall(const std::vector<std::wstring>& names, const std::vec
         ReportNothingToDo(CALLER, names.empty(), installed.empty());
         return true;
     }
-    std::vector<CProduct> toRemove = FindInstalledNames(names, installed);
+    std::vector<CProduct> toRemove = FindInstalledNames(CALLER, names, installed);
     std::vector<CProductCheckUse> toCheck;
     if (toRemove.size() == 1 && installed.size() == 1 && type == UNINSTALL_TYPE_FAMILY) {
         // The last one out: forced names are not looked at and nothing stays to be asked.
@@ -105,7 +104,7 @@ bool CProducts::Uninstall(const std::vector<std::wstring>& names, const std::vec
     } else {
         // A product both named and forced stands there twice.
         for (const std::wstring& name : forcedNames) {
-            AppendNamed(name, toRemove);
+            AppendNamed(CALLER, name, toRemove);
         }
         if (type == UNINSTALL_TYPE_FAMILY) {
             for (const CProduct& product : installed) {

@@ -5,15 +5,10 @@
 #include <stdexcept>
 #include <vector>
 
-#include "foundation/CCrypt.h"
+#include "foundation/embedded_document.h"
 #include "foundation/module.h"
 
 namespace {
-
-constexpr wchar_t kResourceType[] = L"XMLBIN";
-
-// A provider may touch a further block of the buffer before it refuses a length that is no multiple of it.
-constexpr std::size_t kCipherBlockBytes = 16;
 
 std::unique_ptr<CConfigFileMngr> g_instance;
 
@@ -30,24 +25,20 @@ IConfigFileManager& CConfigFileMngr::Instance() {
 DWORD CConfigFileMngr::LoadFromResource(DWORD id) {
     DWORD code = ERROR_SUCCESS;
     HGLOBAL loaded = nullptr;
-    const HRSRC resource = ::FindResourceW(OwnModule(), MAKEINTRESOURCEW(id), kResourceType);
+    const HRSRC resource = ::FindResourceW(OwnModule(), MAKEINTRESOURCEW(id), kDocumentType);
     if (resource != nullptr) {
         loaded = ::LoadResource(OwnModule(), resource);
     }
-    if (loaded == nullptr) {
+    const BYTE* const stored = loaded != nullptr ? static_cast<const BYTE*>(::LockResource(loaded)) : nullptr;
+    if (stored == nullptr) {
         code = ::GetLastError();
     } else {
-        DWORD size = ::SizeofResource(OwnModule(), resource);
-        std::vector<BYTE> bytes(size + kCipherBlockBytes);
-        std::copy_n(static_cast<const BYTE*>(::LockResource(loaded)), size, bytes.begin());
-        CCrypt crypt;
-        DWORD plainSize = size;
-        if (crypt.PrepareKey() && ::CryptDecrypt(crypt.Key(), 0, TRUE, 0, bytes.data(), &plainSize)) {
-            size = plainSize;
-        } else {
+        std::vector<BYTE> bytes(stored, stored + ::SizeofResource(OwnModule(), resource));
+        // Bytes that cannot be deciphered are read as they are.
+        if (!DecipherDocument(bytes)) {
             code = ERROR_GEN_FAILURE;
         }
-        m_text = DecodeUtf8(bytes.data(), size);
+        m_text = DecodeUtf8(bytes.data(), bytes.size());
     }
     if (!::FreeResource(loaded)) {
         code = ERROR_GEN_FAILURE;

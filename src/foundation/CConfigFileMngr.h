@@ -5,6 +5,8 @@
 #include <memory>
 #include <string>
 
+#include "foundation/embedded_document.h"
+
 // Hands out the document embedded in the library.
 class IConfigFileManager {
 public:
@@ -32,8 +34,6 @@ public:
     DWORD GetText(std::wstring& text) const override;
 
 private:
-    static constexpr DWORD kDocumentId = 101;
-
     DWORD m_resourceId = kDocumentId;
     bool m_external = false;  // a document always comes from the resource; read by no operation
     std::wstring m_text;

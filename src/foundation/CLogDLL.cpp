@@ -20,16 +20,10 @@ constexpr DWORD kModulePathChars = 0x104;
 
 std::unique_ptr<CLogDLL> g_instance;
 bool g_exitHandlerRegistered = false;
-std::atomic<long> g_strongCount{0};  // references taken by AddReference
-std::atomic<long> g_weakCount{0};    // read by the gate and reset by a release; raised by nothing here
 std::atomic<long> g_spinWord{0};
 
 HRESULT __cdecl FallbackWrite(DWORD, DWORD*, HMODULE, const wchar_t*, const wchar_t*, va_list) {
     return E_NOINTERFACE;
-}
-
-bool Unreferenced() {
-    return g_strongCount == 0 && g_weakCount == 0;
 }
 
 void __cdecl NothingAtExit() {}
@@ -123,10 +117,6 @@ HRESULT CLogDLL::Write(DWORD level, const wchar_t* function, const wchar_t* form
     return EntryPointCast<LogWriteFunction>(m_LogWrite)(0, &level, OwnModule(), function, format, arguments);
 }
 
-bool CLogDLL::IsOpen() {
-    return g_strongCount.load(std::memory_order_relaxed) + g_weakCount.load(std::memory_order_relaxed) != 0;
-}
-
 CLogDLL* CLogDLL::AddReference() {
     return AddReference(nullptr);
 }
@@ -141,16 +131,31 @@ CLogDLL* CLogDLL::AddReference(LogWriteFunction writer) {
             std::atexit(&NothingAtExit);
         }
     }
-    ++g_strongCount;
+    ++s_strongCount;
     return g_instance.get();
 }
 
 void CLogDLL::Release() {
     const SpinLock lock(g_spinWord);
-    if (g_strongCount > 0) {
-        --g_strongCount;
-    } else if (g_weakCount > 0) {
-        g_weakCount = 0;
+    ReleaseHeld();
+}
+
+void CLogDLL::ReleaseAtProcessEnd() {
+    if (g_spinWord.exchange(1) == 0) {
+        ReleaseHeld();
+        g_spinWord = 0;
+        return;
+    }
+    s_strongCount = 0;
+    s_weakCount = 0;
+    (void)g_instance.release();
+}
+
+void CLogDLL::ReleaseHeld() {
+    if (s_strongCount > 0) {
+        --s_strongCount;
+    } else if (s_weakCount > 0) {
+        s_weakCount = 0;
     }
     if (Unreferenced()) {
         g_instance.reset();

@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include <atomic>
 #include <cstdarg>
 
 namespace logging {
@@ -25,8 +26,14 @@ public:
     // Gives one reference back. The last one destroys the object and unloads log.dll.
     static void Release();
 
+    // The release of a process that is ending. A thread that the system ended in the middle of making or dropping the
+    // object is not waited for: the object is left as it stands, and no statement comes through any more.
+    static void ReleaseAtProcessEnd();
+
     // The gate of the log statement. Read without the lock: two reads and a branch.
-    static bool IsOpen();
+    static bool IsOpen() {
+        return s_strongCount.load(std::memory_order_relaxed) + s_weakCount.load(std::memory_order_relaxed) != 0;
+    }
 
     HRESULT Write(DWORD level, const wchar_t* function, const wchar_t* format, va_list arguments) const;
 
@@ -41,6 +48,12 @@ private:
 
     struct EntryPoint;
     static const EntryPoint kEntryPoints[];
+
+    static bool Unreferenced() { return s_strongCount == 0 && s_weakCount == 0; }
+    static void ReleaseHeld();  // with the word held
+
+    inline static std::atomic<long> s_strongCount{0};  // references taken by AddReference
+    inline static std::atomic<long> s_weakCount{0};    // read by the gate, reset by a release, raised by nothing here
 
     HMODULE m_module = nullptr;
     FARPROC m_LogApplySettings = nullptr;

@@ -83,6 +83,8 @@ Wow64Redirection::Wow64Redirection(const wchar_t* caller) : m_caller(caller) {
     if (disable != nullptr && !disable(&m_cookie)) {
         const DWORD error = ::GetLastError();
         LOG_AS(m_caller, kWarning, L"Wow64DisableWow64FsRedirection failed 0x%x", error);
+        // Nothing was switched: to revert would end a scope around this one.
+        m_reverted = true;
     }
 }
 

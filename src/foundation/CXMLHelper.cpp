@@ -21,7 +21,7 @@ bool CXMLHelper::GetNodeAttribute(IXMLDOMNode* node, const wchar_t* name, std::w
     }
     Variant text;
     hr = item->get_nodeValue(text.Put());
-    if (FAILED(hr) || text.Get().vt == VT_NULL) {
+    if (FAILED(hr) || text.Get().vt != VT_BSTR) {
         LOG(kError, L"failed load value for attribute \"%s\" 0x%x", name, hr);
         return false;
     }

@@ -4,6 +4,29 @@ namespace dom {
 
 namespace {
 
+constexpr DWORD kCompletionMilliseconds = 10000;
+constexpr DWORD kCompletionStep = 10;
+constexpr long kComplete = 4;  // of the engine's ready states
+
+// An engine that loads beside the call reports to this thread by posted messages of its own.
+void LetEngineReport() {
+    ::MsgWaitForMultipleObjects(0, nullptr, FALSE, kCompletionStep, QS_POSTMESSAGE | QS_SENDMESSAGE);
+    MSG message;
+    while (::PeekMessageW(&message, nullptr, WM_USER, 0xFFFF, PM_REMOVE)) {
+        ::DispatchMessageW(&message);
+    }
+}
+
+// The document loads as it does by default; what it still has to read is waited for.
+void WaitUntilComplete(IXMLDOMDocument* document) {
+    const DWORD begin = ::GetTickCount();
+    long state = kComplete;
+    while (SUCCEEDED(document->get_readyState(&state)) && state != kComplete &&
+           ::GetTickCount() - begin < kCompletionMilliseconds) {
+        LetEngineReport();
+    }
+}
+
 constexpr CLSID kDomDocument30 = {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};
 
 }  // namespace
@@ -17,7 +40,11 @@ bool LoadFile(IXMLDOMDocument* document, const std::wstring& path, HRESULT& hr) 
     const Variant source = Variant::CopyOf(path.c_str());
     VARIANT_BOOL loaded = VARIANT_FALSE;
     hr = document->load(source.Get(), &loaded);
-    return SUCCEEDED(hr) && loaded == VARIANT_TRUE;
+    if (FAILED(hr) || loaded != VARIANT_TRUE) {
+        return false;
+    }
+    WaitUntilComplete(document);
+    return true;
 }
 
 bool LoadText(IXMLDOMDocument* document, const wchar_t* text, HRESULT& hr) {

@@ -31,7 +31,8 @@ bool StepFailed(const wchar_t* caller, HRESULT hr, const ComPtr<Interface>& obje
 
 HRESULT CreateDocument(ComPtr<IXMLDOMDocument>& document);
 
-// Both give false unless the document reports success; `hr` receives the call's own result.
+// Both give false unless the document reports success; `hr` receives the call's own result. A file is complete when it
+// is given, unless that takes the engine longer than ten seconds.
 bool LoadFile(IXMLDOMDocument* document, const std::wstring& path, HRESULT& hr);
 // A null text is refused by the document.
 bool LoadText(IXMLDOMDocument* document, const wchar_t* text, HRESULT& hr);
@@ -53,7 +54,13 @@ struct ChildListTexts {
 class ChildList {
 public:
     // The two steps of Open, for readers that report between a failure and its log line.
-    HRESULT ReadNodes(IXMLDOMNode* node) { return node->get_childNodes(m_nodes.Put()); }
+    HRESULT ReadNodes(IXMLDOMNode* node) {
+        const HRESULT hr = node->get_childNodes(m_nodes.Put());
+        if (!Failed(hr, m_nodes)) {
+            m_nodes->reset();  // an engine may share one list among its readers, with the place of the last one
+        }
+        return hr;
+    }
     HRESULT ReadCount() { return m_nodes->get_length(&m_count); }
     bool HasNodes() const { return static_cast<bool>(m_nodes); }
 

@@ -42,7 +42,7 @@ std::wstring PathJoin(std::wstring& first, const std::wstring& second) {
 }
 
 std::wstring PathCanonical(std::wstring& path) {
-    wchar_t buffer[MAX_PATH];
+    wchar_t buffer[MAX_PATH] = {};
     // The system's buffer is fixed at MAX_PATH characters; a longer text is refused without asking.
     if (path.size() < MAX_PATH && ::PathCanonicalizeW(buffer, path.c_str())) {
         path = buffer;

@@ -10,12 +10,13 @@ namespace {
 
 template <typename Function>
 bool Bind(const wchar_t* caller, HMODULE module, const char* name, Function& slot, logging::LogFormat<DWORD> failed) {
-    slot = EntryPointCast<Function>(::GetProcAddress(module, name));
-    if (slot == nullptr) {
+    const FARPROC found = ::GetProcAddress(module, name);
+    if (found == nullptr) {
         const DWORD error = ::GetLastError();
         LOG_AS(caller, kError, failed, error);
-        return false;
+        return false;  // what was bound before stays
     }
+    slot = EntryPointCast<Function>(found);
     return true;
 }
 

@@ -30,10 +30,13 @@ LONG ValueEnumeration::Next() {
         m_index = m_nextIndex++;
     } else if (error == ERROR_MORE_DATA) {
         m_index = m_nextIndex;
-        if (nameChars > m_name.size()) {
-            m_name.resize(nameChars + 1);
+        const bool longerName = nameChars > m_name.size();
+        const bool longerData = withData && m_dataBytes > m_data.size();
+        // Of a name that is too long the system gives no length: where nothing asks for room, the name does.
+        if (longerName || !longerData) {
+            m_name.resize(longerName ? nameChars + 1 : 2 * m_name.size());
         }
-        if (withData && m_dataBytes > m_data.size()) {
+        if (longerData) {
             m_data.resize(m_dataBytes + 1);
         }
     }
@@ -56,7 +59,7 @@ LONG SubkeyEnumeration::Next() {
     if (error == ERROR_SUCCESS) {
         ++m_nextIndex;
     } else if (error == ERROR_MORE_DATA) {
-        m_name.resize(nameChars + 1);
+        m_name.resize(std::max<std::size_t>(nameChars, m_name.size()) + 1);
     }
     return error;
 }

@@ -203,17 +203,17 @@ bool CProductConfig::ReadAttributes(const wchar_t* caller, IXMLDOMNamedNodeMap* 
             LOG_AS(caller, kError, L"failed get attribute %d, 0x%x", index, hr);
             return false;
         }
-        std::wstring name;
-        if (FAILED(dom::NodeName(item.Get(), name))) {
+        Bstr name;
+        if (FAILED(item->get_nodeName(name.Put())) || name.Get() == nullptr) {
             LOG_AS(caller, kError, L"failed get attribute %d name", index);
             return false;
         }
         Bstr value;
-        if (FAILED(dom::NodeText(item.Get(), value))) {
+        if (FAILED(dom::NodeText(item.Get(), value)) || value.Get() == nullptr) {
             LOG_AS(caller, kError, L"failed get attribute %d value", index);
             return false;
         }
-        attributes.emplace_back(std::move(name), value.Text());
+        attributes.emplace_back(name.Text(), value.Text());
     }
     return true;
 }

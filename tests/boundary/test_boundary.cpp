@@ -80,7 +80,8 @@ TEST_CASE("the library exports its eight functions by their ordinals, needs syst
           "UninstallForceAll UninstallProduct UninstallProducts ");
 
     const DWORD table = Directory(module, IMAGE_DIRECTORY_ENTRY_IMPORT).VirtualAddress;
-    const std::string system = " advapi32.dll kernel32.dll msvcrt.dll ole32.dll oleaut32.dll shell32.dll shlwapi.dll ";
+    const std::string system =
+        " advapi32.dll kernel32.dll msvcrt.dll ole32.dll oleaut32.dll shell32.dll shlwapi.dll user32.dll ";
     int count = 0;
     for (auto* import = At<IMAGE_IMPORT_DESCRIPTOR>(module, table); import->Name != 0; ++import, ++count) {
         std::string name = At<char>(module, import->Name);

@@ -95,7 +95,15 @@ TEST_CASE("redirection scopes nest, end once, keep the last error and log failur
     CHECK(log.Lines().empty());
 
     g_switchWorks = FALSE;
+    g_switches.clear();
     { const Wow64Redirection failing(L"C::M"); }
+    // What did not switch does not switch back: that would end a scope around it.
+    CHECK(g_switches == std::vector<std::string>{"off 1"});
+    g_switchWorks = TRUE;
+    {
+        const Wow64Redirection works(L"C::M");
+        g_switchWorks = FALSE;
+    }
     CHECK(log.Told(L"C::M") ==
           L"W Wow64DisableWow64FsRedirection failed 0x1 / W Wow64RevertWow64FsRedirection failed 0x57");
 }

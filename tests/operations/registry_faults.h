@@ -41,11 +41,12 @@ private:
             if (index >= listedValues) {
                 return LONG{ERROR_GEN_FAILURE};
             }
-            DWORD unused = MAXDWORD;
-            DWORD& dataSize = dataBytes != nullptr ? *dataBytes : unused;
-            constexpr DWORD kAsked = 300;  // of both buffers, where the system may tell of one only
-            if (*nameChars <= kAsked || dataSize <= kAsked) {
-                *nameChars = dataSize = kAsked;
+            constexpr DWORD kAsked = 300;  // of both buffers; the length of a name that is too long is not told
+            const bool shortData = dataBytes != nullptr && *dataBytes <= kAsked;
+            if (shortData) {
+                *dataBytes = kAsked;
+            }
+            if (shortData || *nameChars <= kAsked) {
                 return LONG{ERROR_MORE_DATA};
             }
             return m_enumValue.Real(key, index, name, nameChars, reserved, type, data, dataBytes);

@@ -1,10 +1,9 @@
 #include "library.h"
 
-#include <algorithm>
-
 #include "common/failure.h"
 #include "common/files.h"
 #include "foundation/CCrypt.h"
+#include "foundation/embedded_document.h"
 #include "foundation/owned.h"
 #include "foundation/XmlData.h"
 #include "image.h"
@@ -12,10 +11,6 @@
 namespace tools::pack {
 
 namespace {
-
-constexpr wchar_t kResourceType[] = L"XMLBIN";
-constexpr WORD kResourceId = 101;
-constexpr std::size_t kCipherBlockBytes = 16;
 
 // A copy of the library in its own folder, so that it can take the library's place by a mere change of names.
 class WorkingCopy {
@@ -80,20 +75,14 @@ Bytes Encipher(const Bytes& document, const std::wstring& library) {
 Bytes ReadBack(const std::wstring& file) {
     const OwnedModule module(::LoadLibraryExW(file.c_str(), nullptr, LOAD_LIBRARY_AS_DATAFILE));
     const HRSRC resource =
-        module ? ::FindResourceW(module.Get(), MAKEINTRESOURCEW(kResourceId), kResourceType) : nullptr;
+        module ? ::FindResourceW(module.Get(), MAKEINTRESOURCEW(kDocumentId), kDocumentType) : nullptr;
     const HGLOBAL loaded = resource != nullptr ? ::LoadResource(module.Get(), resource) : nullptr;
-    if (loaded == nullptr) {
+    const BYTE* const stored = loaded != nullptr ? static_cast<const BYTE*>(::LockResource(loaded)) : nullptr;
+    if (stored == nullptr) {
         return {};
     }
-    DWORD size = ::SizeofResource(module.Get(), resource);
-    Bytes bytes(size + kCipherBlockBytes);
-    std::copy_n(static_cast<const BYTE*>(::LockResource(loaded)), size, bytes.begin());
-    CCrypt crypt;
-    if (!crypt.PrepareKey() || !::CryptDecrypt(crypt.Key(), 0, TRUE, 0, bytes.data(), &size)) {
-        return {};
-    }
-    bytes.resize(size);
-    return bytes;
+    Bytes bytes(stored, stored + ::SizeofResource(module.Get(), resource));
+    return DecipherDocument(bytes) ? bytes : Bytes();
 }
 
 }  // namespace
@@ -104,7 +93,7 @@ void EmbedDocument(const Bytes& document, const std::wstring& library) {
     const DWORD size = static_cast<DWORD>(enciphered.size());
     WorkingCopy copy(library);
     ::SetLastError(ERROR_SUCCESS);
-    if (const DWORD code = XmlData().WriteData(copy.Path(), kResourceType, kResourceId, enciphered.data(), &size)) {
+    if (const DWORD code = XmlData().WriteData(copy.Path(), kDocumentType, kDocumentId, enciphered.data(), &size)) {
         const DWORD error = ::GetLastError();
         throw SystemFailure(L"cannot store the document in", library, error != ERROR_SUCCESS ? error : code);
     }
