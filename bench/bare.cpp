@@ -126,6 +126,25 @@ bool BareOpenKey(HKEY hive, const std::wstring& subkey, REGSAM access) {
     return true;
 }
 
+void BareReadDisplayNames(REGSAM access) {
+    const std::wstring path = L"Software\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\";
+    HKEY uninstall = nullptr;
+    if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, path.c_str(), 0, access, &uninstall) != ERROR_SUCCESS) {
+        return;
+    }
+    wchar_t name[256];
+    for (DWORD index = 0; ::RegEnumKeyW(uninstall, index, name, 255) == ERROR_SUCCESS; ++index) {
+        HKEY key = nullptr;
+        if (::RegOpenKeyExW(HKEY_LOCAL_MACHINE, (path + name).c_str(), 0, access, &key) == ERROR_SUCCESS) {
+            wchar_t displayName[128];
+            DWORD bytes = 255;
+            ::RegQueryValueExW(key, L"DisplayName", nullptr, nullptr, reinterpret_cast<BYTE*>(displayName), &bytes);
+            ::RegCloseKey(key);
+        }
+    }
+    ::RegCloseKey(uninstall);
+}
+
 void BareDeleteLinks(const std::wstring& folder) {
     ForEachEntry(folder, [](const std::wstring& path, bool) {
         ReadLink(path);

@@ -23,6 +23,9 @@ void BareDeleteKey(HKEY hive, const std::wstring& subkey, REGSAM view);
 // Opens and closes; false if the key is not there.
 bool BareOpenKey(HKEY hive, const std::wstring& subkey, REGSAM access);
 
+// Reads the display name of each program in one view of the Uninstall key.
+void BareReadDisplayNames(REGSAM access);
+
 // Reads the target of each link in a folder and deletes the link.
 void BareDeleteLinks(const std::wstring& folder);
 

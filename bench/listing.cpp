@@ -13,6 +13,8 @@ constexpr int kFamilyProducts = 1000;
 constexpr int kForeignProducts = 300;
 constexpr int kVersions = 3;
 constexpr int kElements = 20;
+constexpr int kNamedProducts = 1000;
+constexpr int kPrograms = 600;
 
 using ListExport = bool(__cdecl*)(SAFEARRAY**, ULONG);
 
@@ -129,6 +131,65 @@ double InstalledFamilyBare() {
     });
 }
 
+// As many installed programs as a machine may have, in the default view.
+class InstalledPrograms {
+public:
+    InstalledPrograms() {
+        for (int program = 0; program < kPrograms; ++program) {
+            HKEY key = nullptr;
+            const std::wstring name = L"Bench Program " + std::to_wstring(program);
+            ::RegCreateKeyExW(HKEY_LOCAL_MACHINE, UninstallKey(program, 0).c_str(), 0, nullptr, 0, KEY_ALL_ACCESS,
+                              nullptr, &key, nullptr);
+            ::RegSetValueExW(key, L"DisplayName", 0, REG_SZ, reinterpret_cast<const BYTE*>(name.c_str()),
+                             static_cast<DWORD>((name.size() + 1) * sizeof(wchar_t)));
+            ::RegCloseKey(key);
+        }
+    }
+    ~InstalledPrograms() {
+        for (int program = 0; program < kPrograms; ++program) {
+            RemoveKeyTree(HKEY_LOCAL_MACHINE, UninstallKey(program, 0));
+        }
+    }
+    InstalledPrograms(const InstalledPrograms&) = delete;
+    InstalledPrograms& operator=(const InstalledPrograms&) = delete;
+};
+
+// Products that are looked for by their display name: one of three is installed.
+std::string NamedCatalogue() {
+    std::string text = "<uninstall_information>\n";
+    for (int product = 0; product < kNamedProducts; ++product) {
+        const std::string number = std::to_string(product);
+        text += "<product name=\"product " + number + "\" file=\"" + number +
+                ".xml\"><version name=\"0\" prodName=\"Bench Program " + std::to_string(3 * product) +
+                "\"/></product>\n";
+    }
+    return text + "</uninstall_information>\n";
+}
+
+double NamedPass() {
+    const TempFolder folder;
+    CopyDist(folder.Path());
+    folder.WriteFile(L"products.xml", NamedCatalogue());
+    const InstalledPrograms programs;
+    const Library library(folder.Path());
+    const auto list = library.Export<ListExport>("GetProducts");
+    SAFEARRAY* products = nullptr;
+    const double seconds = Seconds([&] { Require(list(&products, PRODRM_FAMILY), "GetProducts failed"); });
+    ::SafeArrayDestroy(products);
+    return seconds;
+}
+
+double NamedBare() {
+    const TempFolder folder;
+    const std::wstring file = folder.WriteFile(L"products.xml", NamedCatalogue());
+    const InstalledPrograms programs;
+    return Seconds([&] {
+        const ComPtr<IXMLDOMDocument> document = BareLoad(file);
+        BareReadDisplayNames(KEY_READ);
+        BareReadDisplayNames(UnderWow64() ? KEY_READ | KEY_WOW64_64KEY : KEY_READ | KEY_WOW64_32KEY);
+    });
+}
+
 // A script of which every element but the last finds nothing.
 std::string Script(const TempFolder& machine, const RegistrySandbox& sandbox) {
     std::string text =
@@ -217,6 +278,8 @@ void AddListing(std::vector<Comparison>& comparisons) {
         {"prodrm list --json, 5,000 products of 3 versions", "a bare MSXML load and walk", 1.5, &ListTool, &ListBare});
     comparisons.push_back({"GetInstalledProducts, 1,000 family products", "bare MSXML load and registry opens", 1.3,
                            &InstalledFamilyPass, &InstalledFamilyBare});
+    comparisons.push_back({"GetProducts, 1,000 products by display name", "bare MSXML load, both views read once", 1.3,
+                           &NamedPass, &NamedBare});
     comparisons.push_back({"GetInstalledProducts, 300 foreign products", "bare MSXML loads and the same checks", 1.4,
                            &InstalledForeignPass, &InstalledForeignBare});
 }

@@ -4,8 +4,8 @@
  * shown, removed by the caller. Exports run on the caller's thread, one at a time; GetProgressPercent alone may be
  * called from a second thread while another export runs.
  *
- * Every export that loads a catalogue initialises COM for itself. On a thread that the host had initialised before,
- * that initialisation is not balanced: the count of the thread's apartment stays one higher for each call.
+ * Every export that loads a catalogue initialises COM for itself. On a thread that the host had initialised before as a
+ * single-threaded apartment, that is not balanced: the apartment's count stays one higher for each call.
  *
  * Arrays are SAFEARRAYs of one dimension with lower bound 0. Their descriptors are filled by hand: the features word is
  * 0, so that SafeArrayDestroy frees no BSTR and no inner array. The host owns every array, every BSTR and every inner
@@ -111,7 +111,8 @@ bool __cdecl GetInstalledProductsEx(SAFEARRAY** products, ULONG flags);
 
 /* The four removing exports. Each loads the catalogue it needs, removes the products one after the other and goes on
  * after a product that failed. `restartRequired` must not be null: it receives whether a restart is needed to finish,
- * and stays untouched when nothing was to be done or the call failed before its first product. `notify` may be null.
+ * and stays untouched when the catalogue did not load, or when a product is asked for without `force` while nothing of
+ * the catalogue is installed. `notify` may be null.
  * True if every product that was tried could be processed; how the single operations went is told to `notify` alone. */
 
 /* Removes the products of an array of ProductEntry; reads `name`, `type` and `force`. A name that is not installed, or

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "api/exception_road.h"
+#include "api/host_exception.h"
 #include "foundation/CLogDLL.h"
 
 // What the C++ runtime keeps for exceptions without memory. The runtime has the call and declares it nowhere.

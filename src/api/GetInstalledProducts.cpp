@@ -3,7 +3,7 @@
 
 #include <set>
 
-#include "api/exception_road.h"
+#include "api/host_exception.h"
 #include "api/listing.h"
 #include "api/result_array.h"
 #include "foundation/log_statement.h"

@@ -1,6 +1,6 @@
 #include <windows.h>
 
-#include "api/exception_road.h"
+#include "api/host_exception.h"
 #include "api/listing.h"
 #include "foundation/log_statement.h"
 

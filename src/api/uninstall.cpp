@@ -4,8 +4,8 @@
 #include <array>
 
 #include "api/com_rule.h"
-#include "api/exception_road.h"
 #include "api/exports.h"
+#include "api/host_exception.h"
 #include "catalogue/CProducts.h"
 #include "foundation/log_statement.h"
 #include "foundation/path.h"

@@ -26,8 +26,8 @@ public:
     virtual bool GetInstalledProducts(std::vector<CProduct>& installed, LONG type) const;
 
     // The removals. Each product is tried whatever became of the one before; the result is true if all that were
-    // tried went well. `restartRequired` receives whether one of them asks for a restart; it stays untouched if there
-    // is nothing to do.
+    // tried went well. `restartRequired` receives whether one of them asks for a restart, false also if nothing is left
+    // to do; it stays untouched only where the request ends before the lists are made.
 
     // Removes the named products that are installed and the forced ones whether they are or not. Spares what the
     // installed products that stay use. Where the only named product is the only one installed of the family, the

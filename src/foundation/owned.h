@@ -36,6 +36,9 @@ public:
         return value;
     }
 
+    // Gives the handle up to the process, for a call that by contract leaves it open. docs/architecture.md lists them.
+    void LeaveOpen() { Release(); }
+
     void Reset(Value value = Traits::Empty()) {
         const Value old = m_value;
         m_value = value;

@@ -13,6 +13,11 @@ enum OperationResult : DWORD {
 // Text with static lifetime; "ERROR_UNDEF" for a value outside the enumeration.
 const wchar_t* ResultName(OperationResult result);
 
+// True for the codes of the system by which a thing is not there, names that cannot exist among them.
+inline bool MeansMissing(DWORD error) {
+    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_INVALID_NAME;
+}
+
 // "true" or "false", the way the log prints a bool.
 inline const wchar_t* BoolName(bool value) {
     return value ? L"true" : L"false";

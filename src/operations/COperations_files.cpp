@@ -12,10 +12,6 @@
 
 namespace {
 
-bool MeansMissing(DWORD error) {
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND;
-}
-
 void ResetAttributes(const wchar_t* caller, const std::wstring& path) {
     if (!::SetFileAttributesW(path.c_str(), FILE_ATTRIBUTE_NORMAL)) {
         const DWORD error = ::GetLastError();
@@ -66,7 +62,8 @@ OperationResult COperations::DelFile(const std::wstring& path, IUsed* used, bool
     const DWORD error = ::GetLastError();
     redirection.Revert();
 
-    if (!deleted && MeansMissing(error)) {
+    // A file whose name the system refuses is left to the restart, unlike a folder.
+    if (!deleted && error != ERROR_INVALID_NAME && MeansMissing(error)) {
         LOG(kWarning, L"failed %s ERROR_FILE_NOT_FOUND", path.c_str());
         return _ERROR_NOT_FOUND;
     }
@@ -128,7 +125,7 @@ OperationResult COperations::DelFolderRec(const std::wstring& path, IUsed* used,
     if (!::RemoveDirectoryW(path.c_str())) {
         const DWORD error = ::GetLastError();
         LOG(kError, L"failed \"%s\". last error 0x%x", path.c_str(), error);
-        if (!MeansMissing(error) && error != ERROR_INVALID_NAME) {
+        if (!MeansMissing(error)) {
             AddRestartDelText(path.c_str());
         }
     }

@@ -100,8 +100,8 @@ void LeaveTool(const wchar_t* caller, const PROCESS_INFORMATION& tool, const std
         LOG_AS(caller, kWarning, L"\"%s\" wait timeout", commandLine.c_str());
     }
     // A tool that was not seen to end goes on, and its handles stay open.
-    (void)thread.Release();
-    (void)process.Release();
+    thread.LeaveOpen();
+    process.LeaveOpen();
 }
 
 // Empty where the name cannot be converted within two bytes a character.

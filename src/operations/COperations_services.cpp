@@ -50,7 +50,7 @@ OperationResult COperations::DisableService(const std::wstring& name) const {
         LOG(kError, L"RegOpenKeyEx \"%s %s\" failed 0x%x", keyPath.c_str(), kStartValue, status);
     }
     // The key of a service that cannot be disabled stays open.
-    (void)key.Release();
+    key.LeaveOpen();
     return _ERROR_FAILED;
 }
 

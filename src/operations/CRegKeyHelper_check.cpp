@@ -19,9 +19,7 @@ void LogStart(const wchar_t* caller, HKEY base, const std::wstring& subkey) {
 
 OperationResult CRegKeyHelper::CheckKey(const std::wstring& path, bool x32view) {
     LOG(kInfo, L"->\"%s\"", path.c_str());
-    HKEY hive = nullptr;
-    std::wstring subkey;
-    return CSplitKeyPath::Split(path, hive, subkey) ? CheckKey(hive, subkey, x32view) : _ERROR_NOT_FOUND;
+    return AtPath(path, [&](HKEY hive, const std::wstring& subkey) { return CheckKey(hive, subkey, x32view); });
 }
 
 OperationResult CRegKeyHelper::CheckKey(HKEY hive, const std::wstring& subkey, bool x32view) {
@@ -36,14 +34,11 @@ OperationResult CRegKeyHelper::CheckKey(HKEY hive, const std::wstring& subkey, b
 OperationResult CRegKeyHelper::CheckKeySearch(const std::wstring& path, const std::vector<std::wstring>& search,
                                               bool complete, bool x32view) {
     LOG(kInfo, L"path = \"%s\"", path.c_str());
-    HKEY hive = nullptr;
-    std::wstring subkey;
-    if (!CSplitKeyPath::Split(path, hive, subkey)) {
-        return _ERROR_NOT_FOUND;
-    }
-    const OperationResult result = CheckKeySearch(hive, subkey, search, complete, x32view);
-    LOG(kInfo, L"path = \"%s\", err = %s", path.c_str(), ResultName(result));
-    return result;
+    return AtPath(path, [&](HKEY hive, const std::wstring& subkey) {
+        const OperationResult result = CheckKeySearch(hive, subkey, search, complete, x32view);
+        LOG(kInfo, L"path = \"%s\", err = %s", path.c_str(), ResultName(result));
+        return result;
+    });
 }
 
 OperationResult CRegKeyHelper::CheckKeySearch(HKEY base, const std::wstring& subkey,
@@ -85,10 +80,8 @@ OperationResult CRegKeyHelper::CheckKeySearch(HKEY base, const std::wstring& sub
 
 OperationResult CRegKeyHelper::CheckValue(const std::wstring& path, const std::wstring& nameOrPattern, bool x32view) {
     LOG(kInfo, L"\"%s\" \"%s\"", path.c_str(), nameOrPattern.c_str());
-    HKEY hive = nullptr;
-    std::wstring subkey;
-    return CSplitKeyPath::Split(path, hive, subkey) ? CheckValue(hive, subkey, nameOrPattern, x32view)
-                                                    : _ERROR_NOT_FOUND;
+    return AtPath(
+        path, [&](HKEY hive, const std::wstring& subkey) { return CheckValue(hive, subkey, nameOrPattern, x32view); });
 }
 
 OperationResult CRegKeyHelper::CheckValue(HKEY hive, const std::wstring& subkey, const std::wstring& nameOrPattern,
@@ -109,10 +102,7 @@ OperationResult CRegKeyHelper::CheckValue(HKEY hive, const std::wstring& subkey,
         return queried == ERROR_SUCCESS ? _ERROR_SUCCESS : _ERROR_NOT_FOUND;
     }
     const ValuePattern pattern(nameOrPattern);
-    if (!pattern.IsValid()) {
-        LOG(kError, L"can't delete value \"%s\"", nameOrPattern.c_str());
-        // The key stays open on the road of a refused pattern.
-        (void)key.Release();
+    if (!AcceptPattern(CALLER, pattern, nameOrPattern, key)) {
         return _ERROR_FAILED;
     }
     std::vector<std::wstring> names;

@@ -109,13 +109,10 @@ OperationResult CRegKeyHelper::DeleteKey(const std::wstring& path, bool x32view,
         LOG(kInfo, L"in use");
         return _ERROR_SUCCESS;
     }
-    HKEY hive = nullptr;
-    std::wstring subkey;
-    if (!CSplitKeyPath::Split(path, hive, subkey)) {
-        return _ERROR_NOT_FOUND;
-    }
-    bool unread = false;
-    return DeleteKey(hive, subkey, x32view, used, &unread);
+    return AtPath(path, [&](HKEY hive, const std::wstring& subkey) {
+        bool unread = false;
+        return DeleteKey(hive, subkey, x32view, used, &unread);
+    });
 }
 
 OperationResult CRegKeyHelper::DeleteKey(HKEY hive, const std::wstring& subkey, bool x32view, IUsed* used,
@@ -170,13 +167,10 @@ LONG CRegKeyHelper::DeleteKeyEx(HKEY hive, const std::wstring& subkey, REGSAM ac
 OperationResult CRegKeyHelper::DeleteValue(const std::wstring& path, const std::wstring& nameOrPattern, bool x32view,
                                            IUsed* used) {
     LOG(kInfo, L"->\"%s\" \"%s\"", path.c_str(), nameOrPattern.c_str());
-    HKEY hive = nullptr;
-    std::wstring subkey;
-    if (!CSplitKeyPath::Split(path, hive, subkey)) {
-        return _ERROR_NOT_FOUND;
-    }
-    bool unread = false;
-    return DeleteValue(hive, subkey, nameOrPattern, x32view, used, &unread);
+    return AtPath(path, [&](HKEY hive, const std::wstring& subkey) {
+        bool unread = false;
+        return DeleteValue(hive, subkey, nameOrPattern, x32view, used, &unread);
+    });
 }
 
 OperationResult CRegKeyHelper::DeleteValue(HKEY hive, const std::wstring& subkey, const std::wstring& nameOrPattern,
@@ -195,25 +189,19 @@ OperationResult CRegKeyHelper::DeleteValue(HKEY hive, const std::wstring& subkey
     SetFlag(usedFlag, false);
     if (ValuePattern::IsPattern(nameOrPattern)) {
         const ValuePattern pattern(nameOrPattern);
-        if (pattern.IsValid()) {
-            return DeleteMatching(CALLER, key.Get(), pattern, target, usedFlag);
-        }
-        LOG(kError, L"can't delete value \"%s\"", nameOrPattern.c_str());
-        // The key stays open on the road of a refused pattern.
-        (void)key.Release();
-        return _ERROR_FAILED;
+        return AcceptPattern(CALLER, pattern, nameOrPattern, key)
+                   ? DeleteMatching(CALLER, key.Get(), pattern, target, usedFlag)
+                   : _ERROR_FAILED;
     }
     if (IsUsedValue(used, target.full, nameOrPattern, x32view)) {
         SetFlag(usedFlag, true);
         LOG(kInfo, L"in use");
-        // The key stays open on the road of a name in use.
-        (void)key.Release();
+        key.LeaveOpen();  // where the name is in use
         return _ERROR_SUCCESS;
     }
     error = ::RegDeleteValueW(key.Get(), nameOrPattern.c_str());
     if (error == ERROR_SUCCESS) {
         return _ERROR_SUCCESS;
     }
-    const bool missing = error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_INVALID_NAME;
-    return missing ? _ERROR_NOT_FOUND : _ERROR_FAILED;
+    return MeansMissing(static_cast<DWORD>(error)) ? _ERROR_NOT_FOUND : _ERROR_FAILED;
 }

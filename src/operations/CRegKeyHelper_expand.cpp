@@ -20,13 +20,10 @@ RegistryEntry EntryBelow(const std::wstring& base, const std::wstring& name, boo
 OperationResult CRegKeyHelper::ExpandKey(const std::wstring& path, bool x32view, std::vector<RegistryEntry>& keys,
                                          std::vector<RegistryEntry>& values) {
     LOG(kInfo, L"->\"%s\"", path.c_str());
-    HKEY hive = nullptr;
-    std::wstring subkey;
-    if (!CSplitKeyPath::Split(path, hive, subkey)) {
-        return _ERROR_NOT_FOUND;
-    }
-    keys.push_back({path, x32view});
-    return ExpandKey(hive, subkey, x32view, keys, values);
+    return AtPath(path, [&](HKEY hive, const std::wstring& subkey) {
+        keys.push_back({path, x32view});
+        return ExpandKey(hive, subkey, x32view, keys, values);
+    });
 }
 
 OperationResult CRegKeyHelper::ExpandKey(HKEY hive, const std::wstring& subkey, bool x32view,
@@ -69,12 +66,9 @@ OperationResult CRegKeyHelper::ExpandKeySearch(const std::wstring& path, const s
                                                bool complete, bool x32view, std::vector<RegistryEntry>& keys,
                                                std::vector<RegistryEntry>& values) {
     LOG(kInfo, L"path = \"%s\"", path.c_str());
-    HKEY hive = nullptr;
-    std::wstring subkey;
-    OperationResult result = _ERROR_NOT_FOUND;
-    if (CSplitKeyPath::Split(path, hive, subkey)) {
-        result = ExpandKeySearch(hive, subkey, search, complete, x32view, keys, values);
-    }
+    const OperationResult result = AtPath(path, [&](HKEY hive, const std::wstring& subkey) {
+        return ExpandKeySearch(hive, subkey, search, complete, x32view, keys, values);
+    });
     LOG(kInfo, L"path = \"%s\", err = %s", path.c_str(), ResultName(result));
     return result;
 }
@@ -129,10 +123,9 @@ OperationResult CRegKeyHelper::ExpandKeySearch(HKEY hive, const std::wstring& su
 OperationResult CRegKeyHelper::ExpandValue(const std::wstring& path, const std::wstring& nameOrPattern, bool x32view,
                                            std::vector<RegistryEntry>& values) {
     LOG(kInfo, L"->\"%s\" \"%s\"", path.c_str(), nameOrPattern.c_str());
-    HKEY hive = nullptr;
-    std::wstring subkey;
-    return CSplitKeyPath::Split(path, hive, subkey) ? ExpandValue(hive, subkey, nameOrPattern, x32view, values)
-                                                    : _ERROR_NOT_FOUND;
+    return AtPath(path, [&](HKEY hive, const std::wstring& subkey) {
+        return ExpandValue(hive, subkey, nameOrPattern, x32view, values);
+    });
 }
 
 OperationResult CRegKeyHelper::ExpandValue(HKEY hive, const std::wstring& subkey, const std::wstring& nameOrPattern,
@@ -153,10 +146,7 @@ OperationResult CRegKeyHelper::ExpandValue(HKEY hive, const std::wstring& subkey
         return _ERROR_SUCCESS;
     }
     const ValuePattern pattern(nameOrPattern);
-    if (!pattern.IsValid()) {
-        LOG(kError, L"can't delete value \"%s\"", nameOrPattern.c_str());
-        // The key stays open on the road of a refused pattern.
-        (void)key.Release();
+    if (!AcceptPattern(CALLER, pattern, nameOrPattern, key)) {
         return _ERROR_FAILED;
     }
     std::vector<std::wstring> names;

@@ -10,10 +10,6 @@ namespace {
 
 constexpr DWORD kValueBufferBytes = 0x104;  // 130 wide characters with the terminator
 
-bool MeansMissing(LONG error) {
-    return error == ERROR_FILE_NOT_FOUND || error == ERROR_PATH_NOT_FOUND || error == ERROR_INVALID_NAME;
-}
-
 bool ReadLongest(const wchar_t* caller, HKEY key, LongestEntries& longest) {
     const LONG error = longest.Read(key);
     if (error != ERROR_SUCCESS) {
@@ -34,13 +30,13 @@ OperationResult CRegKeyHelper::GetValue(HKEY hive, const std::wstring& subkey, c
         if (hiveName != nullptr) {
             LOG(kError, L"RegOpenKeyEx failed %s\\%s error = 0x%x", hiveName, subkey.c_str(), error);
         }
-        return MeansMissing(error) ? _ERROR_NOT_FOUND : _ERROR_FAILED;
+        return MeansMissing(static_cast<DWORD>(error)) ? _ERROR_NOT_FOUND : _ERROR_FAILED;
     }
     DWORD type = REG_NONE;
     DWORD bytes = kValueBufferBytes;
     error = ::RegQueryValueExW(key.Get(), valueName.c_str(), nullptr, &type, reinterpret_cast<BYTE*>(buffer), &bytes);
     // The key stays open for the life of the process.
-    (void)key.Release();
+    key.LeaveOpen();
     if (error == ERROR_SUCCESS && type == REG_SZ) {
         return _ERROR_SUCCESS;
     }

@@ -21,13 +21,10 @@ bool HoldsMatch(HKEY key, const std::vector<std::wstring>& search, bool complete
 OperationResult CRegKeyHelper::DelKeySearch(const std::wstring& path, const std::vector<std::wstring>& search,
                                             bool complete, bool x32view, IUsed* used) {
     LOG(kInfo, L"path = \"%s\"", path.c_str());
-    HKEY hive = nullptr;
-    std::wstring subkey;
-    OperationResult result = _ERROR_NOT_FOUND;
-    if (CSplitKeyPath::Split(path, hive, subkey)) {
+    const OperationResult result = AtPath(path, [&](HKEY hive, const std::wstring& subkey) {
         bool unread = false;
-        result = DelKeySearch(hive, subkey, search, complete, x32view, used, &unread);
-    }
+        return DelKeySearch(hive, subkey, search, complete, x32view, used, &unread);
+    });
     LOG(kInfo, L"path = \"%s\", err = %s", path.c_str(), ResultName(result));
     return result;
 }

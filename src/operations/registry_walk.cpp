@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstring>
 
-#include "foundation/CSplitKeyPath.h"
 #include "foundation/path.h"
 #include "foundation/registry_access.h"
 
@@ -120,6 +119,14 @@ Found SearchValues(const wchar_t* caller, HKEY key, const std::wstring& subkey, 
             return Found::Match;
         }
     }
+}
+
+bool AcceptPattern(const wchar_t* caller, const ValuePattern& pattern, const std::wstring& name, OwnedRegKey& key) {
+    if (!pattern.IsValid()) {
+        LOG_AS(caller, kError, L"can't delete value \"%s\"", name.c_str());
+        key.LeaveOpen();
+    }
+    return pattern.IsValid();
 }
 
 std::wstring FullKeyPath(const wchar_t* hiveName, const std::wstring& subkey) {

@@ -5,8 +5,11 @@
 #include <string>
 #include <vector>
 
+#include "foundation/CSplitKeyPath.h"
 #include "foundation/log_statement.h"
 #include "foundation/owned.h"
+#include "foundation/result.h"
+#include "operations/value_pattern.h"
 
 // Enumerations of one open key whose buffers grow. Next gives
 //   ERROR_SUCCESS        the members tell of one entry
@@ -91,6 +94,17 @@ bool ReadLongestOrLog(const wchar_t* caller, HKEY key, const std::wstring& subke
 // it is null, each value whose buffer had to grow.
 Found SearchValues(const wchar_t* caller, HKEY key, const std::wstring& subkey, const LongestEntries& longest,
                    const std::vector<std::wstring>& search, bool complete, const logging::LogFormat<>* retryText);
+
+// True for a pattern that can be matched. Another one is refused in the caller's name, and the key then stays open.
+bool AcceptPattern(const wchar_t* caller, const ValuePattern& pattern, const std::wstring& name, OwnedRegKey& key);
+
+// Calls act(hive, subkey) for a path text; a path that cannot be split is _ERROR_NOT_FOUND.
+template <typename Act>
+OperationResult AtPath(const std::wstring& path, const Act& act) {
+    HKEY hive = nullptr;
+    std::wstring subkey;
+    return CSplitKeyPath::Split(path, hive, subkey) ? act(hive, subkey) : _ERROR_NOT_FOUND;
+}
 
 // Long hive name and subkey as one path.
 std::wstring FullKeyPath(const wchar_t* hiveName, const std::wstring& subkey);

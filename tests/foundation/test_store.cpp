@@ -57,6 +57,10 @@ TEST_CASE("the store deciphers its resource and keeps the text up to the first z
     resource.found = true;
     resource.loads = false;
     CHECK(store.LoadFromResource(101) == ERROR_RESOURCE_DATA_NOT_FOUND);
+    resource.loads = true;
+    Bytes stored;
+    stored.swap(resource.bytes);  // locked, it gives null
+    CHECK(store.LoadFromResource(101) == ERROR_RESOURCE_DATA_NOT_FOUND);
     resource.freed = false;
     CHECK(store.LoadFromResource(101) == ERROR_GEN_FAILURE);
     CHECK(TextOf(store) == text);

@@ -38,6 +38,13 @@ TEST_CASE("object paths go to the native layer unchanged, others converted") {
     CHECK(CForceDelFile::Delete(file) == _ERROR_SUCCESS);
     CHECK_FALSE(FileExists(file));
     CHECK(CForceDelFile::Delete(file) == _ERROR_FAILED);
+
+    // What was bound stays bound when it cannot be bound again.
+    {
+        const EntryPointPatch missing("RtlFreeUnicodeString");
+        CHECK(CForceDelFile::Init() == _ERROR_UNKNOWN);
+    }
+    CHECK(CForceDelFile::Delete(folder.WriteFile(L"file")) == _ERROR_SUCCESS);
 }
 
 TEST_CASE("the native deletion of a held file runs only where binding failed") {

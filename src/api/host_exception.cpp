@@ -1,4 +1,4 @@
-#include "api/exception_road.h"
+#include "api/host_exception.h"
 
 #include <prodrm.h>
 
