@@ -20,6 +20,8 @@ TEST_CASE("views, keys and values, and command lines are told apart") {
     ItemTree items;
     const NodeId key = items.AtPath(ItemKind::Key, View::Bits64, L"HKEY_LOCAL_MACHINE\\Sample");
     CHECK(items.AtPath(ItemKind::Key, View::Bits32, L"HKEY_LOCAL_MACHINE\\Sample") != key);
+    CHECK(items.Path(items.AtPath(ItemKind::Key, View::Bits64, L"HKEY_LOCAL_MACHINE\\a/b")) ==
+          L"HKEY_LOCAL_MACHINE\\a/b");
     const NodeId value = items.Child(key, ItemKind::Value, View::Bits64, L"a\\b");
     CHECK(items.Child(key, ItemKind::Key, View::Bits64, L"a\\b") != value);
     CHECK(items.Path(value) == L"HKEY_LOCAL_MACHINE\\Sample");

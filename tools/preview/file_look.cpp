@@ -3,6 +3,9 @@
 #include <windows.h>
 #include <shlwapi.h>
 
+#include <algorithm>
+#include <cwchar>
+
 #include "foundation/CWow64.h"
 #include "foundation/log_statement.h"
 #include "operations/COperations.h"
@@ -33,9 +36,11 @@ ULONGLONG Size(DWORD high, DWORD low) {
     return (static_cast<ULONGLONG>(high) << 32) + low;
 }
 
-// The system lists names whose whole path it then does not take.
+// The system lists names whose whole path it then does not take, or takes for another: it cuts dots and blanks at the
+// end.
 bool IsOutOfReach(const std::wstring& path) {
-    return path.size() >= MAX_PATH && ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES;
+    return path.back() == L'.' || path.back() == L' ' ||
+           (path.size() >= MAX_PATH && ::GetFileAttributesW(path.c_str()) == INVALID_FILE_ATTRIBUTES);
 }
 
 }  // namespace
@@ -107,61 +112,64 @@ OperationResult FileLook::Folder(const std::wstring& path, RecordId record) {
     return _ERROR_SUCCESS;
 }
 
-// False if a link has led to the folder before, or to this one from a folder that was walked. Who a folder is costs a
-// call, which is made from the first link on.
-bool FileLook::IsFirstVisit(const std::wstring& path, NodeId node) {
+// The folder as it was walked before, where a link has led to it, or to this one from a folder that was walked; else
+// kNoNode. Who a folder is costs a call, which is made from the first link on.
+NodeId FileLook::WalkedBefore(const std::wstring& path, NodeId node) {
     if (!m_metLink && m_items[node].isLink) {
         m_metLink = true;
         for (NodeId each = 0; each < m_items.Size(); ++each) {
             if (m_items[each].IsItem() && m_items[each].kind == ItemKind::Folder) {
-                m_walked.insert(IdentityOf(m_items.Path(each)));
+                m_walked.emplace(IdentityOf(m_items.Path(each)), each);
             }
         }
     }
     const FileIdentity identity = m_metLink ? IdentityOf(path) : kUnknown;
-    return identity == kUnknown || m_walked.insert(identity).second;
+    if (identity == kUnknown) {
+        return kNoNode;
+    }
+    const auto [walked, isFirst] = m_walked.emplace(identity, node);
+    return isFirst ? kNoNode : walked->second;
 }
 
-// True if the folder goes: it is left empty.
-bool FileLook::TakeFolder(const std::wstring& path, NodeId node, RecordId record) {
-    const bool isWalked = !IsFirstVisit(path, node);
-    Add(node, ItemKind::Folder, ItemState::Present, record);
-    if (isWalked) {
-        return true;
+// A folder goes with the last that it holds, and stays with what stays.
+ItemState FileLook::TakeFolder(const std::wstring& path, NodeId node, RecordId record) {
+    if (const NodeId walked = WalkedBefore(path, node); walked != kNoNode) {
+        return m_items[Add(node, ItemKind::Folder, m_items[walked].state, record)].state;
     }
+    Add(node, ItemKind::Folder, ItemState::Present, record);
     const AccessTimeKept kept(path, m_items[node].isLink);
     FolderEntries entries(CALLER, path);
-    if (entries.Opened() != _ERROR_SUCCESS) {
-        m_items[node].state = ItemState::Kept;
-        return false;
+    ItemState state = entries.Opened() == _ERROR_SUCCESS ? ItemState::Present : ItemState::Kept;
+    while (entries.Opened() == _ERROR_SUCCESS && entries.Next()) {
+        const ItemState entry = TakeEntry(entries, node, record);
+        state = entry == ItemState::Missing ? state : std::max(state, entry);
     }
-    bool empty = true;
-    while (entries.Next()) {
-        empty = TakeEntry(entries, node, record) && empty;
-    }
-    if (!empty) {
-        m_items[node].state = ItemState::Waiting;
-    }
-    return empty;
+    m_items[node].state = state;
+    return state;
 }
 
-bool FileLook::TakeEntry(FolderEntries& entries, NodeId folder, RecordId record) {
-    const NodeId node = m_items.Child(folder, ItemKind::File, View::None, entries.Data().cFileName);
+ItemState FileLook::TakeEntry(FolderEntries& entries, NodeId folder, RecordId record) {
+    const wchar_t* const name = entries.Data().cFileName;
+    NodeId node = m_items.Child(folder, ItemKind::File, View::None, name);
     if (IsGone(node)) {
-        return true;
+        if (m_items[node].record != record || std::wcscmp(m_items[node].name, name) == 0) {
+            return ItemState::Missing;
+        }
+        // Where the file system tells the letters' case apart, a folder may hold both names.
+        node = m_items.Append(ItemKind::File, name, folder);
     }
     const bool isFolder = entries.IsFolder();
     m_items[node].isLink = (entries.Data().dwFileAttributes & FILE_ATTRIBUTE_REPARSE_POINT) != 0;
     if (IsOutOfReach(entries.Path())) {
         Add(node, isFolder ? ItemKind::Folder : ItemKind::File, ItemState::Kept, record);
-        return false;
+        return ItemState::Kept;
     }
     if (isFolder) {
         return TakeFolder(entries.Path(), node, record);
     }
     Add(node, ItemKind::File, ItemState::Present, record);
     m_items[node].size = Size(entries.Data().nFileSizeHigh, entries.Data().nFileSizeLow);
-    return true;
+    return ItemState::Present;
 }
 
 OperationResult FileLook::Shortcuts(const DelShortcutOp& shortcut, RecordId record) {

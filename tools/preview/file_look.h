@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <set>
 #include <string>
 
@@ -27,9 +28,9 @@ public:
 
 private:
     OperationResult FileAs(ItemKind kind, const std::wstring& path, RecordId record);
-    bool TakeFolder(const std::wstring& path, NodeId node, RecordId record);
-    bool TakeEntry(FolderEntries& entries, NodeId node, RecordId record);
-    bool IsFirstVisit(const std::wstring& path, NodeId node);
+    ItemState TakeFolder(const std::wstring& path, NodeId node, RecordId record);
+    ItemState TakeEntry(FolderEntries& entries, NodeId node, RecordId record);
+    NodeId WalkedBefore(const std::wstring& path, NodeId node);
     OperationResult WalkShortcuts(const std::wstring& path, bool isLink, const DelShortcutOp& shortcut, RecordId record,
                                   std::set<FileIdentity>& seen);
     NodeId Add(NodeId node, ItemKind kind, ItemState state, RecordId record);
@@ -38,7 +39,7 @@ private:
 
     ItemTree& m_items;
     bool m_metLink = false;
-    std::set<FileIdentity> m_walked;  // folders that were emptied, by whatever path; known from the first link on
+    std::map<FileIdentity, NodeId> m_walked;  // folders by whatever path; known from the first link on
 };
 
 }  // namespace preview

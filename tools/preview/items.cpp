@@ -70,19 +70,20 @@ bool SameName(std::wstring_view left, const wchar_t* right, bool exactly) {
            });
 }
 
-// Calls visit(part) for the parts of a path; the leading separators of a network path belong to its first part.
+// Calls visit(part) for the parts of a path; the leading separators of a network path belong to its first part. Names
+// of keys may hold a slash.
 template <typename Visit>
-bool ForEachPart(std::wstring_view path, const Visit& visit) {
-    constexpr std::wstring_view kSeparators = L"\\/";
+bool ForEachPart(ItemKind kind, std::wstring_view path, const Visit& visit) {
+    const std::wstring_view separators = kind == ItemKind::Key ? L"\\" : L"\\/";
     std::size_t begin = 0;
-    std::size_t end = path.find_first_of(kSeparators, std::min(path.find_first_not_of(kSeparators), path.size()));
+    std::size_t end = path.find_first_of(separators, std::min(path.find_first_not_of(separators), path.size()));
     while (begin < path.size()) {
         end = std::min(end, path.size());
         if (end > begin && !visit(path.substr(begin, end - begin))) {
             return false;
         }
         begin = end + 1;
-        end = path.find_first_of(kSeparators, begin);
+        end = path.find_first_of(separators, begin);
     }
     return true;
 }
@@ -108,7 +109,7 @@ NodeId ItemTree::Child(NodeId parent, ItemKind kind, View view, std::wstring_vie
 
 NodeId ItemTree::AtPath(ItemKind kind, View view, std::wstring_view path) {
     NodeId node = kNoNode;
-    ForEachPart(path, [&](std::wstring_view part) {
+    ForEachPart(kind, path, [&](std::wstring_view part) {
         node = Child(node, kind, view, part);
         return true;
     });
@@ -121,7 +122,7 @@ NodeId ItemTree::FindChild(NodeId parent, ItemKind kind, std::wstring_view name)
 
 NodeId ItemTree::FindPath(ItemKind kind, View view, std::wstring_view path) const {
     NodeId node = kNoNode;
-    const bool found = ForEachPart(path, [&](std::wstring_view part) {
+    const bool found = ForEachPart(kind, path, [&](std::wstring_view part) {
         node = m_slots.empty() ? kNoNode : m_slots[SlotOf(node, SpaceOf(kind, view), part)];
         return node != kNoNode;
     });
@@ -153,14 +154,16 @@ void ItemTree::Grow() {
     m_slots.assign(std::max(kFirstSlots, 2 * m_slots.size()), kNoNode);
     for (NodeId node = 0; node < Size(); ++node) {
         const Item& item = m_nodes[node];
-        m_slots[SlotOf(item.parent, SpaceOf(item.kind, item.view), item.name)] = node;
+        NodeId& slot = m_slots[SlotOf(item.parent, SpaceOf(item.kind, item.view), item.name)];
+        slot = std::min(slot, node);  // the first of equal names is the one that is found
     }
 }
 
-NodeId ItemTree::Append(ItemKind kind, std::wstring_view name) {
+NodeId ItemTree::Append(ItemKind kind, std::wstring_view name, NodeId parent) {
     const NodeId node = Size();
     Item& item = m_nodes.emplace_back();
     item.name = Store(name);
+    item.parent = parent;
     item.kind = kind;
     return node;
 }

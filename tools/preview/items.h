@@ -73,7 +73,7 @@ public:
     NodeId FindPath(ItemKind kind, View view, std::wstring_view path) const;
 
     // A root beside any others of the same kind and name.
-    NodeId Append(ItemKind kind, std::wstring_view name);
+    NodeId Append(ItemKind kind, std::wstring_view name, NodeId parent = kNoNode);
 
     // Full path: of a value that of its key, of a tool or method that of its file, of a process its image where that
     // is known.
