@@ -6,7 +6,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=${2:-build/release}
 
 sources() {
-    find src include tools tests bench demo docs \( -name '*.cpp' -o -name '*.h' -o -name '*.c' \) -print0
+    find src include tools tests bench demo soak docs \( -name '*.cpp' -o -name '*.h' -o -name '*.c' \) -print0
 }
 
 # Writes the examples of a reference as files of their own: examples DOCUMENT FOLDER.

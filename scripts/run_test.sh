@@ -4,6 +4,7 @@
 #   run_test.sh start KIND              makes and starts the prefix of this CTest run
 #   run_test.sh program KIND PROGRAM    runs a test program in it
 #   run_test.sh shell KIND SCRIPT       runs a shell test with PRODRM_PREFIX and PRODRM_KIND set
+#   run_test.sh alone KIND PROGRAM ...  runs a program that changes the whole machine in a prefix of its own
 #   run_test.sh stop KIND               removes the prefix
 #
 # A prefix belongs to the CTest process that calls, so that several runs do not disturb each other.
@@ -70,6 +71,10 @@ program)
     ;;
 shell)
     PRODRM_PREFIX=$prefix PRODRM_KIND=$kind bash "$3"
+    ;;
+alone)
+    PRODRM_TIMEOUT=${PRODRM_TIMEOUT:-900} \
+        PRODRM_DIST=$(windows_path "${PRODRM_DIST_DIR:-$prefix_root/dist}") prefix_once "$kind" "${@:3}" </dev/null
     ;;
 stop)
     prefix_remove "$prefix"
