@@ -58,6 +58,7 @@ void AddPrimitives(std::vector<Comparison>& comparisons);
 void AddRemoval(std::vector<Comparison>& comparisons);
 void AddPlan(std::vector<Comparison>& comparisons);
 void AddLint(std::vector<Comparison>& comparisons);
+void AddSnapshot(std::vector<Comparison>& comparisons);
 
 // Parts of this program that run as a process of their own; null if `name` is none of them.
 using Part = int (*)(const std::wstring& argument);

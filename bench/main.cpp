@@ -70,6 +70,7 @@ int wmain(int count, wchar_t** arguments) {
     AddRemoval(comparisons);
     AddPlan(comparisons);
     AddLint(comparisons);
+    AddSnapshot(comparisons);
     std::printf("%-46s %12s %12s %7s %7s\n", "medians of five passes (seconds or bytes)", "prodrm", "bare", "ratio",
                 "limit");
     bool good = true;
