@@ -37,8 +37,9 @@ enum UninstallType {
 #define PRODRM_FOREIGN 2u
 
 /* What the library cannot go on from ends the call in a system exception with this code; no export returns an error for
- * it. Its one argument is an HRESULT: E_OUTOFMEMORY, or PRODRM_E_DOCUMENT for an embedded document that cannot be
- * deciphered. Everything that the call held is freed by then. LoadLibrary can end in it too. */
+ * it. Its one argument is an HRESULT: E_OUTOFMEMORY, PRODRM_E_DOCUMENT for an embedded document that cannot be
+ * deciphered, or E_UNEXPECTED. Everything that the call held is freed by then, but for an array that a listing had
+ * begun. LoadLibrary can end in it too. */
 #define PRODRM_EXCEPTION 0xE0505244u
 #define PRODRM_E_DOCUMENT ((HRESULT)0x80070459)
 
@@ -111,8 +112,8 @@ bool __cdecl GetInstalledProductsEx(SAFEARRAY** products, ULONG flags);
 
 /* The four removing exports. Each loads the catalogue it needs, removes the products one after the other and goes on
  * after a product that failed. `restartRequired` must not be null: it receives whether a restart is needed to finish,
- * and stays untouched when the catalogue did not load, or when a product is asked for without `force` while nothing of
- * the catalogue is installed. `notify` may be null.
+ * and stays untouched when the catalogue did not load or the type is none, or when a product is asked for without
+ * `force` while nothing of the catalogue is installed. `notify` may be null.
  * True if every product that was tried could be processed; how the single operations went is told to `notify` alone. */
 
 /* Removes the products of an array of ProductEntry; reads `name`, `type` and `force`. A name that is not installed, or

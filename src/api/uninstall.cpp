@@ -2,6 +2,7 @@
 #include <oleauto.h>
 
 #include <array>
+#include <utility>
 
 #include "api/com_rule.h"
 #include "api/exports.h"
@@ -87,6 +88,24 @@ Loading LoadCatalogue(const wchar_t* caller, LONG type, NotifyCallback notify, C
     return Loading::Refused;
 }
 
+// The host gets its array back on every road.
+class ArrayAccess {
+public:
+    explicit ArrayAccess(SAFEARRAY* array) : m_array(array) {}
+    ArrayAccess(const ArrayAccess&) = delete;
+    ArrayAccess& operator=(const ArrayAccess&) = delete;
+    ~ArrayAccess() {
+        if (m_array != nullptr) {
+            End();
+        }
+    }
+
+    HRESULT End() { return ::SafeArrayUnaccessData(std::exchange(m_array, nullptr)); }
+
+private:
+    SAFEARRAY* m_array;
+};
+
 }  // namespace
 
 bool __cdecl UninstallProducts(SAFEARRAY* products, bool* restartRequired, NotifyCallback notify) {
@@ -100,17 +119,17 @@ bool __cdecl UninstallProducts(SAFEARRAY* products, bool* restartRequired, Notif
             LOG(kError, L"SafeArrayAccessData failed 0x%x", hr);
             return false;
         }
+        ArrayAccess access(products);
         LOG(kInfo, L"Uninstall : \"%s\"", Describe(*products, data).c_str());
         CProducts catalogue;  // serves both catalogues
         std::wstring path;
         if (!CPath::GetCurrentPath(path)) {
             LOG(kError, L"GetCurrentPath failed");
-            ::SafeArrayUnaccessData(products);
             return false;
         }
         bool ok = true;
         const Requests requests = SortByCatalogue(*products, data);
-        hr = ::SafeArrayUnaccessData(products);
+        hr = access.End();
         if (FAILED(hr)) {
             LOG(kError, L"SafeArrayUnaccessData failed 0x%x", hr);
         }

@@ -143,12 +143,12 @@ void CLogDLL::Release() {
 void CLogDLL::ReleaseAtProcessEnd() {
     if (g_spinWord.exchange(1) == 0) {
         ReleaseHeld();
-        g_spinWord = 0;
-        return;
     }
+    // What a thread held when the system ended it stays as it stands: a lock of log.dll may be among it.
     s_strongCount = 0;
     s_weakCount = 0;
     (void)g_instance.release();
+    g_spinWord = 0;
 }
 
 void CLogDLL::ReleaseHeld() {

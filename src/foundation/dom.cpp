@@ -1,5 +1,7 @@
 #include "foundation/dom.h"
 
+#include <vector>
+
 namespace dom {
 
 namespace {
@@ -8,12 +10,27 @@ constexpr DWORD kCompletionMilliseconds = 10000;
 constexpr DWORD kCompletionStep = 10;
 constexpr long kComplete = 4;  // of the engine's ready states
 
-// An engine that loads beside the call reports to this thread by posted messages of its own.
-void LetEngineReport() {
+// An engine that loads beside the call reports to this thread by messages to a window of its own. Those of the thread
+// itself, its end among them, are the host's: they are set aside.
+void LetEngineReport(std::vector<MSG>& ofThread) {
     ::MsgWaitForMultipleObjects(0, nullptr, FALSE, kCompletionStep, QS_POSTMESSAGE | QS_SENDMESSAGE);
     MSG message;
     while (::PeekMessageW(&message, nullptr, WM_USER, 0xFFFF, PM_REMOVE)) {
-        ::DispatchMessageW(&message);
+        if (message.hwnd == nullptr) {
+            ofThread.push_back(message);
+        } else {
+            ::DispatchMessageW(&message);
+        }
+    }
+}
+
+void GiveBack(const std::vector<MSG>& ofThread) {
+    for (const MSG& message : ofThread) {
+        if (message.message == WM_QUIT) {
+            ::PostQuitMessage(static_cast<int>(message.wParam));
+        } else {
+            ::PostThreadMessageW(::GetCurrentThreadId(), message.message, message.wParam, message.lParam);
+        }
     }
 }
 
@@ -21,10 +38,12 @@ void LetEngineReport() {
 void WaitUntilComplete(IXMLDOMDocument* document) {
     const DWORD begin = ::GetTickCount();
     long state = kComplete;
+    std::vector<MSG> ofThread;
     while (SUCCEEDED(document->get_readyState(&state)) && state != kComplete &&
            ::GetTickCount() - begin < kCompletionMilliseconds) {
-        LetEngineReport();
+        LetEngineReport(ofThread);
     }
+    GiveBack(ofThread);
 }
 
 constexpr CLSID kDomDocument30 = {0xF5078F32, 0xC551, 0x11D3, {0x89, 0xB9, 0x00, 0x00, 0xF8, 0x1F, 0xE2, 0x21}};

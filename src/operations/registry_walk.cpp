@@ -6,6 +6,12 @@
 #include "foundation/path.h"
 #include "foundation/registry_access.h"
 
+namespace {
+
+constexpr std::size_t kLongestName = 0x8000;  // wide characters; the system's own limit for the name of a value is half
+
+}  // namespace
+
 LONG LongestEntries::Read(HKEY key) {
     return ::RegQueryInfoKeyW(key, nullptr, nullptr, nullptr, nullptr, &subkeyName, nullptr, nullptr, &valueName,
                               &valueData, nullptr, nullptr);
@@ -33,6 +39,9 @@ LONG ValueEnumeration::Next() {
         const bool longerData = withData && m_dataBytes > m_data.size();
         // Of a name that is too long the system gives no length: where nothing asks for room, the name does.
         if (longerName || !longerData) {
+            if (m_name.size() >= kLongestName) {
+                return ERROR_INVALID_DATA;
+            }
             m_name.resize(longerName ? nameChars + 1 : 2 * m_name.size());
         }
         if (longerData) {

@@ -72,7 +72,7 @@ bool CProductInstalled::ProcessSection(IXMLDOMNode* section, const std::wstring&
     int minimum = 0;
     CXMLHelper::GetNodeAttribute(section, attribute::kMinimumScore, minimum);
     LOG(kInfo, L"Minimum Score \"%s\" = %d", opCode.c_str(), minimum);
-    MinimumRead(minimum);
+    MinimumRead(opCode, minimum);
     const wchar_t* const caller = CALLER;
     int score = 0;
     const Next end = ForEachElement(

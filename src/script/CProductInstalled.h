@@ -27,7 +27,7 @@ protected:
 
     // What a watcher is told on the way; nothing is done with it here.
     virtual void SectionsModeRead(const std::wstring&) {}
-    virtual void MinimumRead(int) {}
+    virtual void MinimumRead(const std::wstring& /*opCode*/, int) {}
     virtual void ElementJudged(const OperationAttributes&, int /*score*/, bool /*mandatory*/, bool /*found*/) {}
     virtual void SectionScored(int) {}
 

@@ -76,6 +76,7 @@ TEST_CASE("explain tells of each section its score, its minimum and which elemen
     CHECK(version.at("installed") == true);
     const json sections = version.at("sections");
     REQUIRE(sections.size() == 4);
+    CHECK(sections.at(0).at("operation") == "del_file");
     CHECK(sections.at(0).at("score") == 5);
     CHECK(sections.at(0).at("minimum") == 7);
     CHECK(sections.at(0).at("passed") == false);

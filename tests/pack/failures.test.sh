@@ -31,12 +31,17 @@ damaged() {
 }
 headers=$(od -An -tu4 -j60 -N4 "$library")
 resources=0x$(i686-w64-mingw32-objdump -h "$library" | awk '$2 == ".rsrc" { print $6 }')
+# From the root of the resources down to what tells of the first one's data.
+leaf=0
+for _ in type name language; do
+    leaf=$(($(od -An -tu4 -j$((resources + leaf + 20)) -N4 "$library") & 0x7fffffff))
+done
 damaged 64-bit $((headers + 4)) '\x64\x86'
 damaged signed $((headers + 152)) '\x00\x10'
 damaged headers $((headers + 60)) '\x03'
 damaged sections $((headers + 260)) '\x01'
 damaged endless $((resources + 20)) '\x00'
-damaged outside $((resources + 72)) '\xff\xff\xff\x7f'
+damaged outside $((resources + leaf)) '\xff\xff\xff\x7f'
 head -c 100000 "$library" >"$folder/cut-off.dll"
 truncate -s 65M "$folder/huge.dll"
 cp "$PRODRM_DIST_DIR/log.dll" "$folder/bare.dll"

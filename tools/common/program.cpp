@@ -2,6 +2,8 @@
 
 #include <windows.h>
 
+#include <prodrm.h>
+
 #include <algorithm>
 #include <csignal>
 #include <cstdio>
@@ -19,10 +21,6 @@ namespace tools {
 namespace {
 
 const char* g_name = "";
-
-// What the library raises where it cannot go on, and the cause that is its one argument if a document is at fault.
-constexpr DWORD kLibraryException = 0xE0505244;
-constexpr HRESULT kDocumentFault = static_cast<HRESULT>(0x80070459);
 
 constexpr char kNoMemory[] = "not enough memory";
 constexpr char kNoDocument[] = "the embedded document cannot be deciphered";
@@ -46,9 +44,9 @@ int Tell(const char* text) {
 // malformed catalogues.
 LONG WINAPI EndOnCrash(EXCEPTION_POINTERS* exception) {
     const EXCEPTION_RECORD& record = *exception->ExceptionRecord;
-    if (record.ExceptionCode == kLibraryException && record.NumberParameters == 1) {
+    if (record.ExceptionCode == PRODRM_EXCEPTION && record.NumberParameters == 1) {
         const HRESULT cause = static_cast<HRESULT>(record.ExceptionInformation[0]);
-        if (cause == E_OUTOFMEMORY || cause == kDocumentFault) {
+        if (cause == E_OUTOFMEMORY || cause == PRODRM_E_DOCUMENT) {
             EndNow(cause == E_OUTOFMEMORY ? kNoMemory : kNoDocument);
         }
     }

@@ -190,4 +190,26 @@ void CheckImage(const std::wstring& file, const Bytes& bytes) {
     }
 }
 
+void MendSymbolTable(const Bytes& before, Bytes& after) {
+    const auto headerOf = [](const Bytes& bytes) {
+        return reinterpret_cast<const IMAGE_DOS_HEADER*>(bytes.data())->e_lfanew + sizeof(DWORD);
+    };
+    IMAGE_FILE_HEADER header;
+    std::memcpy(&header, before.data() + headerOf(before), sizeof header);
+    const std::size_t place = header.PointerToSymbolTable;
+    if (place == 0 || place > before.size()) {
+        return;
+    }
+    // The table is the last thing in a file of this kind.
+    const std::size_t length = before.size() - place;
+    const bool found =
+        length <= after.size() && std::equal(before.end() - static_cast<std::ptrdiff_t>(length), before.end(),
+                                             after.end() - static_cast<std::ptrdiff_t>(length));
+    const std::size_t offset = headerOf(after);
+    std::memcpy(&header, after.data() + offset, sizeof header);
+    header.PointerToSymbolTable = found ? static_cast<DWORD>(after.size() - length) : 0;
+    header.NumberOfSymbols = found ? header.NumberOfSymbols : 0;
+    std::memcpy(after.data() + offset, &header, sizeof header);
+}
+
 }  // namespace tools::pack

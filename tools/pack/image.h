@@ -11,4 +11,9 @@ namespace tools::pack {
 // Throws Failure.
 void CheckImage(const std::wstring& file, const Bytes& bytes);
 
+// The system's update of resources moves what lies behind them, but leaves the place of the symbol table in the header
+// as it was; the names of sections with more than eight characters lie there. Sets it in the bytes `after` an update of
+// the bytes `before`, both of a file that was checked: to where the table went, or to none.
+void MendSymbolTable(const Bytes& before, Bytes& after);
+
 }  // namespace tools::pack

@@ -49,13 +49,15 @@ private:
     bool m_placed = false;
 };
 
-// Tells a missing, protected, loaded or damaged file before any work is done on its copy.
-void CheckLibrary(const std::wstring& library) {
+// The bytes of the library. Tells a missing, protected, loaded or damaged file before any work is done on its copy.
+Bytes CheckLibrary(const std::wstring& library) {
     const DWORD attributes = ::GetFileAttributesW(library.c_str());
     if (attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_READONLY) != 0) {
         throw SystemFailure(L"cannot write to the library", library, ERROR_ACCESS_DENIED);
     }
-    CheckImage(library, ReadWholeFile(L"library", library, GENERIC_READ | GENERIC_WRITE));
+    Bytes bytes = ReadWholeFile(L"library", library, GENERIC_READ | GENERIC_WRITE);
+    CheckImage(library, bytes);
+    return bytes;
 }
 
 Bytes Encipher(const Bytes& document, const std::wstring& library) {
@@ -85,10 +87,20 @@ Bytes ReadBack(const std::wstring& file) {
     return DecipherDocument(bytes) ? bytes : Bytes();
 }
 
+void WriteMended(const Bytes& before, const std::wstring& copy) {
+    Bytes after = ReadWholeFile(L"library", copy);
+    MendSymbolTable(before, after);
+    const OwnedFileHandle file(::CreateFileW(copy.c_str(), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING, 0, nullptr));
+    DWORD written = 0;
+    if (!file || !::WriteFile(file.Get(), after.data(), static_cast<DWORD>(after.size()), &written, nullptr)) {
+        throw SystemFailure(L"cannot write to the library", copy);
+    }
+}
+
 }  // namespace
 
 void EmbedDocument(const Bytes& document, const std::wstring& library) {
-    CheckLibrary(library);
+    const Bytes before = CheckLibrary(library);
     const Bytes enciphered = Encipher(document, library);
     const DWORD size = static_cast<DWORD>(enciphered.size());
     WorkingCopy copy(library);
@@ -97,6 +109,7 @@ void EmbedDocument(const Bytes& document, const std::wstring& library) {
         const DWORD error = ::GetLastError();
         throw SystemFailure(L"cannot store the document in", library, error != ERROR_SUCCESS ? error : code);
     }
+    WriteMended(before, copy.Path());
     if (ReadBack(copy.Path()) != document) {
         throw Failure(ERROR_INSTALL_FAILURE, L"cannot store the document in \"" + library +
                                                  L"\": what was written does not read back as the document");

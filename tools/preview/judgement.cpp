@@ -42,7 +42,6 @@ protected:
 
     bool ProcessSection(IXMLDOMNode* section, const std::wstring& appPath) override {
         JudgedSection& judged = m_judgement.versions.back().sections.emplace_back();
-        judged.operation = Place().opCode;
         std::vector<std::wstring>* const outside = std::exchange(m_messages, &judged.messages);
         judged.passed = CProductInstalled::ProcessSection(section, appPath);
         m_messages = outside;
@@ -67,8 +66,8 @@ protected:
 
     void SectionsModeRead(const std::wstring& mode) override { m_judgement.versions.back().mandatorySections = mode; }
 
-    void MinimumRead(int minimum) override {
-        Section().operation = Place().opCode;
+    void MinimumRead(const std::wstring& opCode, int minimum) override {
+        Section().operation = opCode;
         Section().minimum = minimum;
     }
 
