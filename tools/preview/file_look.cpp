@@ -97,7 +97,7 @@ void FileLook::AtRestart(const std::wstring& path, RecordId record, bool exists)
 
 OperationResult FileLook::Folder(const std::wstring& path, RecordId record) {
     const NodeId node = m_items.AtPath(ItemKind::Folder, View::None, path);
-    if (node == kNoNode || (m_items[node].IsItem() && m_items[node].kind == ItemKind::Folder)) {
+    if (node == kNoNode || IsGone(node) || (m_items[node].IsItem() && m_items[node].kind == ItemKind::Folder)) {
         return _ERROR_NOT_FOUND;
     }
     const Wow64Redirection off(CALLER);
@@ -151,7 +151,8 @@ ItemState FileLook::TakeFolder(const std::wstring& path, NodeId node, RecordId r
 ItemState FileLook::TakeEntry(FolderEntries& entries, NodeId folder, RecordId record) {
     const wchar_t* const name = entries.Data().cFileName;
     NodeId node = m_items.Child(folder, ItemKind::File, View::None, name);
-    if (IsGone(node)) {
+    // What an earlier record did not find by its own writing of the name is there all the same: it is listed.
+    if (IsGone(node) && m_items[node].state != ItemState::Missing) {
         if (m_items[node].record != record || std::wcscmp(m_items[node].name, name) == 0) {
             return ItemState::Missing;
         }
