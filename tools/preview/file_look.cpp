@@ -47,17 +47,17 @@ bool IsOutOfReach(const std::wstring& path) {
 
 bool FileLook::IsGone(NodeId node) const {
     const Item& item = m_items[node];
-    return item.IsItem() && item.kind != ItemKind::RestartEntry &&
-           (item.state == ItemState::Present || item.state == ItemState::Missing);
+    return item.IsItem() && item.kind != ItemKind::RestartEntry && item.state == ItemState::Present;
 }
 
 NodeId FileLook::Add(NodeId node, ItemKind kind, ItemState state, RecordId record) {
     Item& item = m_items[node];
-    item.kind = kind;
-    item.state = state;
-    if (!item.IsItem()) {
+    // What one record misses by its writing of the name, another may find.
+    if (!item.IsItem() || item.state == ItemState::Missing) {
         item.record = record;
     }
+    item.kind = kind;
+    item.state = state;
     return node;
 }
 
@@ -151,8 +151,7 @@ ItemState FileLook::TakeFolder(const std::wstring& path, NodeId node, RecordId r
 ItemState FileLook::TakeEntry(FolderEntries& entries, NodeId folder, RecordId record) {
     const wchar_t* const name = entries.Data().cFileName;
     NodeId node = m_items.Child(folder, ItemKind::File, View::None, name);
-    // What an earlier record did not find by its own writing of the name is there all the same: it is listed.
-    if (IsGone(node) && m_items[node].state != ItemState::Missing) {
+    if (IsGone(node)) {
         if (m_items[node].record != record || std::wcscmp(m_items[node].name, name) == 0) {
             return ItemState::Missing;
         }

@@ -104,7 +104,7 @@ KeyLook::KeyLook(ItemTree& items) : m_items(items) {
 
 bool KeyLook::IsGone(NodeId node) const {
     const Item& item = m_items[node];
-    return item.IsItem() && (item.state == ItemState::Present || item.state == ItemState::Missing);
+    return item.IsItem() && item.state == ItemState::Present;
 }
 
 NodeId KeyLook::NodeOf(HKEY key, const std::wstring& path, bool x32view) const {
@@ -178,12 +178,13 @@ bool KeyLook::TakeKey(HKEY key, NodeId node, bool x32view, RecordId record) {
         }
     }
     Item& item = m_items[node];
+    // What one record misses by its writing of the hive, another may find.
+    if (!item.IsItem() || item.state == ItemState::Missing) {
+        item.record = record;
+    }
     item.kind = ItemKind::Key;
     item.state = goes ? ItemState::Present : ItemState::Kept;
     item.size = values;
-    if (!item.IsItem()) {
-        item.record = record;
-    }
     return goes;
 }
 
@@ -280,7 +281,7 @@ bool KeyLook::Keep(const std::wstring& path, bool x32view, RecordId record) {
 
 void KeyLook::AddValue(NodeId key, const std::wstring& name, ItemState state, RecordId record) {
     Item& item = m_items[m_items.Child(key, ItemKind::Value, m_items[key].view, name)];
-    if (!item.IsItem()) {
+    if (!item.IsItem() || item.state == ItemState::Missing) {
         item.record = record;
         item.state = state;
     }
