@@ -45,6 +45,40 @@ install_on_debian() {
         apt-get install -q -y -t bookworm --no-install-recommends "${packages[@]}"
 }
 
+runs_32_bit() {
+    /lib/ld-linux.so.2 --version >/dev/null 2>&1
+}
+
+# Debian's own emulator takes a minute to start each program, the one of the backports a quarter of a second. It comes
+# from wherever the machine takes its packages.
+install_emulator() {
+    local mirror list
+    # shellcheck disable=SC2016  # apt's own placeholder
+    mirror=$(apt-get indextargets --format '$(REPO_URI)' 'Codename: bookworm' 'Component: main' | head -n 1)
+    list=$(mktemp --suffix .list)
+    echo "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $mirror bookworm-backports main" >"$list"
+    chmod 644 "$list"
+    local sources=(-o "Dir::Etc::sourcelist=$list" -o Dir::Etc::sourceparts=-)
+    as_root apt-get update -q "${sources[@]}" -o APT::Get::List-Cleanup=0
+    as_root env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -q -y "${sources[@]}" -t bookworm-backports --no-install-recommends qemu-user
+    rm "$list"
+}
+
+# Some virtual machines run no 32-bit programs. There Wine's 32-bit part runs on an emulated processor: the same results,
+# several times slower.
+emulate_32_bit() {
+    local formats=/proc/sys/fs/binfmt_misc
+    echo "setup.sh: this machine runs no 32-bit programs: they are emulated" >&2
+    dpkg --compare-versions "$(dpkg-query -W -f '${Version}' qemu-user 2>/dev/null || echo 0)" ge 1:8.1 || install_emulator
+    [[ -e $formats/register ]] || as_root mount -t binfmt_misc binfmt_misc "$formats"
+    # 32-bit programs for Intel processors, by the head of the file.
+    local magic='\x7fELF\x01\x01\x01\x00\x00\x00\x00\x00\x00\x00\x00\x00\x02\x00\x03\x00'
+    local mask='\xff\xff\xff\xff\xff\xfe\xfe\x00\xff\xff\xff\xff\xff\xff\xff\xff\xfe\xff\xff\xff'
+    printf '%s' ":prodrm-i386:M::$magic:$mask:/usr/bin/qemu-i386:PF" | as_root tee "$formats/register" >/dev/null
+    runs_32_bit
+}
+
 # On any other system whoever has the tools may go on.
 check_elsewhere() {
     local missing=() program header
@@ -67,6 +101,7 @@ if [[ -r /etc/os-release ]]; then
 fi
 if [[ $system == "debian bookworm" && $(dpkg --print-architecture) == amd64 ]]; then
     installed || install_on_debian
+    runs_32_bit || emulate_32_bit
 else
     check_elsewhere
 fi

@@ -123,7 +123,7 @@ TEST_CASE("child: load a catalogue without its root element" * doctest::skip()) 
 }
 
 TEST_CASE("a catalogue without its root element brings the process down after the report") {
-    CHECK(RunChild(L"child:*without*root*") == DWORD{EXCEPTION_ACCESS_VIOLATION});
+    CHECK(RunChild(L"child:*without*root*") == NullReadCode());
 }
 
 TEST_CASE("the order of a version's attributes decides what it means, and its parameters keep their order") {
