@@ -100,6 +100,9 @@ function(prodrm_test_folder folder)
                 endif()
             endforeach()
         endif()
+        if(folder STREQUAL boundary)
+            prodrm_test_unwinder(${program})
+        endif()
         if(folder STREQUAL author)
             target_link_libraries(${program} PRIVATE prodrm_authoring)
         endif()
@@ -112,6 +115,14 @@ function(prodrm_test_folder folder)
         string(REPLACE ".test.sh" "" name "${name}")
         prodrm_add_test(${folder}.${name} ${folder} "${prodrm_runner}" shell KIND "${script}")
     endforeach()
+endfunction()
+
+# The compiler's shared unwinder beside a test program, as hosts have it.
+function(prodrm_test_unwinder program)
+    execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=libgcc_s_dw2-1.dll
+                    OUTPUT_VARIABLE unwinder OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
+    add_custom_command(TARGET ${program} POST_BUILD
+        COMMAND "${CMAKE_COMMAND}" -E copy_if_different "${unwinder}" "$<TARGET_FILE_DIR:${program}>" VERBATIM)
 endfunction()
 
 # The sample hosts of the documentation, which tests/boundary runs: beside its program.

@@ -4,6 +4,8 @@
 #include <oleauto.h>
 #include <wincrypt.h>
 
+#include <log.h>
+
 #include <string>
 
 #include "product.h"
@@ -38,6 +40,9 @@ BSTR WINAPI NoString(const wchar_t*) {
 BOOL WINAPI NoDeciphering(HCRYPTKEY, HCRYPTHASH, BOOL, DWORD, BYTE*, DWORD*) {
     return FALSE;
 }
+DWORD WINAPI EndlessPath(const wchar_t*, DWORD, wchar_t*, wchar_t**) {
+    return MAXDWORD - 1;  // characters
+}
 
 int g_uninitialized = 0;
 void WINAPI CountUninitialize() {
@@ -45,9 +50,7 @@ void WINAPI CountUninitialize() {
     ::CoUninitialize();
 }
 
-}  // namespace
-
-TEST_CASE("an exception leaves an export as one that the host can handle, after everything was freed") {
+void CheckExceptions() {
     const ProductFolder folder;
     folder.Catalogue(L"detection.xml", "<product name='P' file='p.xml'/>");
     const OwnedModule product = folder.Load();
@@ -71,4 +74,23 @@ TEST_CASE("an exception leaves an export as one that the host can handle, after 
     CHECK(g_code == PRODRM_EXCEPTION);
     CHECK(g_cause == PRODRM_E_DOCUMENT);
     CHECK(g_uninitialized == 2);
+}
+
+}  // namespace
+
+TEST_CASE("an exception leaves an export as one that the host can handle, after everything was freed") {
+    CheckExceptions();
+}
+
+TEST_CASE("child: an unwinder of the host" * doctest::skip()) {
+    const OwnedModule unwinder(::LoadLibraryW(BesideTest(L"libgcc_s_dw2-1.dll").c_str()));
+    REQUIRE(unwinder);
+    CheckExceptions();
+    const OwnedModule log(::LoadLibraryW(InProduct(L"log.dll").c_str()));
+    const ImportPatch patch("GetFullPathNameW", &EndlessPath, log.Get());
+    CHECK(Export<decltype(&::LogSetSettingsFile)>(log, "LogSetSettingsFile")(L"x") == E_FAIL);
+}
+
+TEST_CASE("an unwinder that the host has loaded is none of the library's business") {
+    CHECK(RunChild(L"child: an unwinder of the host") == 0);
 }
